@@ -1,0 +1,16 @@
+#include "clock/search_end.h"
+
+#include "report/output.h"
+#include "search/root_list.h"
+
+bool bestmove_open = false;
+
+void end_of_search() {
+  if (root_list[0].move == 0) {
+    send_line("bestmove 0000");
+    return;
+  }
+  // A root list only exists once a search has run; its best move, ponder
+  // move and the filtering by bestmove_open come with the search launch.
+  bestmove_open = false;
+}

@@ -1,0 +1,16 @@
+#include "platform/clock.h"
+
+#include <cerrno>
+#include <ctime>
+
+uint64_t tick_ms() {
+  timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return uint64_t(now.tv_sec) * 1000 + uint64_t(now.tv_nsec) / 1000000;
+}
+
+void sleep_ms(int milliseconds) {
+  timespec wait{milliseconds / 1000, long(milliseconds % 1000) * 1000000};
+  while (nanosleep(&wait, &wait) != 0 && errno == EINTR) {
+  }
+}

@@ -1,0 +1,17 @@
+// What the process learns about itself and its machine.
+#pragma once
+
+#include <cstddef>
+
+// The command line as one text, arguments joined by blanks.
+void command_line_text(char* buffer, size_t size);
+
+// Processors online, at least 1.
+int processor_count();
+
+// Lowers the scheduling priority of this process by the given nice value.
+void set_process_nice(int nice_value);
+
+// Process-wide settings every role needs before it talks: a closed reader
+// of our output must not kill us by a signal; the input end tells instead.
+void platform_start();

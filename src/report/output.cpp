@@ -1,0 +1,163 @@
+#include "report/output.h"
+
+#include <unistd.h>
+
+#include <cstdarg>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/clock.h"
+
+bool is_child = false;
+bool goe_mode = false;
+bool slave_lines = false;
+bool send_text_reports = true;
+
+FILE* uci_log = nullptr;
+uint64_t uci_log_start_tick = 0;
+
+namespace {
+
+// Long enough for a full principal variation with its info fields.
+constexpr size_t LINE_SIZE = 8192;
+
+void format_text(char* buffer, const char* format, va_list args) {
+  int length = vsnprintf(buffer, LINE_SIZE, format, args);
+  if (length < 0) buffer[0] = 0;
+}
+
+// One line to standard output in a single write, so that a reader never sees
+// a line in pieces. Write errors are not checked: a gone reader shows up as
+// the end of our input.
+void write_stdout(const char* text, const char* prefix = "") {
+  char line[LINE_SIZE + 32];
+  int length = snprintf(line, sizeof(line) - 1, "%s%s", prefix, text);
+  if (length < 0) return;
+  if (size_t(length) > sizeof(line) - 2) length = int(sizeof(line) - 2);
+  line[length++] = '\n';
+  const char* rest = line;
+  while (length > 0) {
+    ssize_t written = write(1, rest, size_t(length));
+    if (written <= 0) return;
+    rest += written;
+    length -= int(written);
+  }
+}
+
+void write_log(const char* text) {
+  if (!uci_log) return;
+  char line[LINE_SIZE];
+  std::snprintf(line, sizeof(line), "%s", text);
+  size_t length = std::strlen(line);
+  if (length >= 2 && (line[length - 1] == '\n' || line[length - 1] == '\r')) line[--length] = 0;
+  // The seconds column shows only when it changes.
+  static int64_t last_seconds = -1;
+  int64_t seconds = int64_t((tick_ms() - uci_log_start_tick) / 1000);
+  if (seconds == last_seconds)
+    std::fprintf(uci_log, "        %s\n", line);
+  else
+    std::fprintf(uci_log, "%6d  %s\n", int(seconds), line);
+  last_seconds = seconds;
+  std::fflush(uci_log);
+}
+
+void write_log_note(const char* text) {
+  if (!uci_log) return;
+  char line[LINE_SIZE + 16];
+  std::snprintf(line, sizeof(line), "        %s", text);
+  write_log(line);
+}
+
+void write_log_sent(const char* text) {
+  if (!uci_log) return;
+  char line[LINE_SIZE + 16];
+  std::snprintf(line, sizeof(line), "<<-- %s", text);
+  write_log(line);
+}
+
+}  // namespace
+
+#define FORMAT_ARGS(buffer)            \
+  char buffer[LINE_SIZE];              \
+  do {                                 \
+    va_list args;                      \
+    va_start(args, format);            \
+    format_text(buffer, format, args); \
+    va_end(args);                      \
+  } while (0)
+
+void log_line(const char* format, ...) {
+  if (!uci_log) return;
+  FORMAT_ARGS(text);
+  write_log(text);
+}
+
+void log_note(const char* format, ...) {
+  if (!uci_log) return;
+  FORMAT_ARGS(text);
+  write_log_note(text);
+}
+
+void report_text(const char* format, ...) {
+  FORMAT_ARGS(text);
+  write_log_note(text);
+  if (goe_mode || is_child || !send_text_reports) return;
+  write_stdout(text, "info string ");
+}
+
+void report_query(const char* format, ...) {
+  FORMAT_ARGS(text);
+  write_log_note(text);
+  if (goe_mode || slave_lines || is_child) return;
+  write_stdout(text, "info string ");
+}
+
+void print_line(const char* format, ...) {
+  FORMAT_ARGS(text);
+  write_log_note(text);
+  if (is_child) return;
+  write_stdout(text);
+}
+
+void print_silent(const char* format, ...) {
+  if (is_child) return;
+  FORMAT_ARGS(text);
+  write_stdout(text);
+}
+
+void print_slave(const char* format, ...) {
+  if (!slave_lines || is_child) return;
+  FORMAT_ARGS(text);
+  static char last[LINE_SIZE];
+  if (std::strcmp(text, last) == 0) return;
+  std::memcpy(last, text, sizeof(last));
+  write_log_note(text);
+  write_stdout(text);
+}
+
+void send_line(const char* format, ...) {
+  FORMAT_ARGS(text);
+  write_log_sent(text);
+  if (goe_mode || slave_lines || is_child) return;
+  write_stdout(text);
+}
+
+void send_line_quiet(const char* format, ...) {
+  if (goe_mode || slave_lines || is_child) return;
+  FORMAT_ARGS(text);
+  write_log_sent(text);
+  write_stdout(text);
+}
+
+void send_line_unlogged(const char* format, ...) {
+  if (goe_mode || slave_lines || is_child) return;
+  FORMAT_ARGS(text);
+  write_stdout(text);
+}
+
+void fatal_exit(const char* format, ...) {
+  FORMAT_ARGS(reason);
+  log_line("Exiting Quorl, reason : %s.", reason);
+  std::exit(0);
+}

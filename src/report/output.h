@@ -1,0 +1,34 @@
+// Every text that leaves the program goes through this family. Members differ
+// in whether the line reaches the front end, how the uci log gets it and which
+// modes silence them, so callers never ask which process they run in.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+#define QUORL_PRINTF(f, a) __attribute__((format(printf, f, a)))
+
+// Flags that gate the family.
+extern bool is_child;           // a ChildProcess: nothing reaches standard output
+extern bool goe_mode;           // self-play output form
+extern bool slave_lines;        // a slave search: the controller gets its own line forms
+extern bool send_text_reports;  // "info string" reports of the report kind go out
+
+// The uci log; null while closed.
+extern FILE* uci_log;
+extern uint64_t uci_log_start_tick;
+
+void log_line(const char* format, ...) QUORL_PRINTF(1, 2);
+void log_note(const char* format, ...) QUORL_PRINTF(1, 2);
+void report_text(const char* format, ...) QUORL_PRINTF(1, 2);
+void report_query(const char* format, ...) QUORL_PRINTF(1, 2);
+void print_line(const char* format, ...) QUORL_PRINTF(1, 2);
+void print_silent(const char* format, ...) QUORL_PRINTF(1, 2);
+void print_slave(const char* format, ...) QUORL_PRINTF(1, 2);
+void send_line(const char* format, ...) QUORL_PRINTF(1, 2);
+void send_line_quiet(const char* format, ...) QUORL_PRINTF(1, 2);
+void send_line_unlogged(const char* format, ...) QUORL_PRINTF(1, 2);
+
+// The only way out of the process: logs the reason, closes what is open and
+// exits with status 0.
+[[noreturn]] void fatal_exit(const char* format, ...) QUORL_PRINTF(1, 2);

@@ -1,0 +1,49 @@
+#include "shell/startup.h"
+
+#include <cstdlib>
+#include <ctime>
+
+#include "board/position.h"
+#include "platform/input.h"
+#include "platform/system.h"
+#include "report/output.h"
+#include "shell/dialogue.h"
+#include "shell/identity.h"
+
+namespace {
+
+// Main Process Priority to a nice value: Normal, BelowNormal, Low; Inherit
+// leaves the priority alone.
+void set_priority(int choice) {
+  constexpr int NICE[3] = {0, 5, 10};
+  if (choice >= 0 && choice < 3) set_process_nice(NICE[choice]);
+}
+
+}  // namespace
+
+void start_up(int argc, char** argv) {
+  char command_line[4096];
+  command_line_text(command_line, sizeof(command_line));
+  derive_engine_names(command_line, engine_name, engine_short_name);
+  std::srand(unsigned(std::time(nullptr)));
+
+  std::snprintf(position_line, sizeof(position_line), "%s", START_FEN);
+  SetPositionFromFen(START_FEN);
+  is_searching = false;
+  new_game_reset();
+
+  cpu_count = processor_count();
+  max_cpus = 2048;
+  if (!read_arguments(argc, argv)) {
+    report_text("The program path must be among the arguments in front of any number.");
+    fatal_exit("Program path not found in the arguments");
+  }
+
+  uint32_t rounded_hash = round_hash_size(start_hash_megabytes);
+  platform_start();
+  input_is_pipe = !input_is_terminal();
+  hash_megabytes = rounded_hash;
+
+  set_priority(main_process_priority);
+  for (;;) read_and_dispatch_line();
+}

@@ -1,0 +1,352 @@
+// Position keys and the material signature: the table rules, and the
+// from-scratch words against independent counts on reference positions.
+#include "board/keys.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <set>
+
+#include "board/position.h"
+#include "board/reference_moves.h"
+
+namespace {
+
+using reference::Board;
+
+std::unique_ptr<Position> RecordOf(const Board& b) {
+  auto record = std::make_unique<Position>();
+  b.FillRecord(record.get());
+  return record;
+}
+
+Board FromFen(const std::string& fen) {
+  Board b;
+  EXPECT_TRUE(b.SetFen(fen)) << fen;
+  return b;
+}
+
+// Positions from random games of the reference generator.
+std::vector<Board> Playouts(uint64_t seed, int games, int plies) {
+  std::mt19937_64 rng(seed);
+  std::vector<Board> out;
+  for (int g = 0; g < games; ++g) {
+    Board b;
+    out.push_back(b);
+    for (int ply = 0; ply < plies && b.PlayRandom(rng); ++ply) out.push_back(b);
+  }
+  return out;
+}
+
+bool IsDarkSquare(int sq) { return ((sq & 7) + (sq >> 3)) % 2 == 0; }  // a1 is dark
+
+// The signature written field by field from plain counts of the board.
+uint64_t SignatureFromCounts(const Board& b) {
+  using namespace reference;
+  int wP = b.Count(PAWN), bP = b.Count(-PAWN), wN = b.Count(KNIGHT), bN = b.Count(-KNIGHT);
+  int wR = b.Count(ROOK), bR = b.Count(-ROOK), wQ = b.Count(QUEEN), bQ = b.Count(-QUEEN);
+  int wBl = 0, wBd = 0, bBl = 0, bBd = 0, men = 0;
+  for (int sq = 0; sq < 64; ++sq) {
+    int man = b.ManAt(sq);
+    men += man != EMPTY;
+    if (man == BISHOP) (IsDarkSquare(sq) ? wBd : wBl)++;
+    if (man == -BISHOP) (IsDarkSquare(sq) ? bBd : bBl)++;
+  }
+  int wB = wBl + wBd, bB = bBl + bBd;
+  int64_t index = wQ * 1 + wN * 2 + bN * 6 + wB * 18 + bB * 54 + wR * 162 + bR * 486 +
+                  wP * 1458 + bP * 13122;
+  int64_t balance = (wP - bP) + 3 * (wN - bN) + 3 * (wB - bB) + 5 * (wR - bR) + 10 * (wQ - bQ);
+  int64_t phase = 4 * (wN + bN) + 8 * (wB + bB) + 24 * (wR + bR) + 56 * (wQ + bQ);
+  auto at = [](int64_t value, int shift) { return uint64_t(value) << shift; };
+  return at(index, 0) + at(balance + 128, 17) + at(phase, 25) + at(wBl, 34) + at(wBd, 35) +
+         at(bBl, 36) + at(bBd, 37) + at(wQ, 38) + at(bQ, 39) + at(wN, 40) + at(bN, 42) +
+         at(wR, 44) + at(bR, 46) + at(wB, 48) + at(bB, 50) + at(men, 56);
+}
+
+// What the pawn key stands for: pawns, kings, rights, and which square
+// colours each side's bishops hold (by parity, as their terms cancel in pairs).
+std::string PawnStructure(const Board& b) {
+  using namespace reference;
+  std::string s;
+  int bishops[2][2] = {};
+  for (int sq = 0; sq < 64; ++sq) {
+    int man = b.ManAt(sq);
+    s += (std::abs(man) == PAWN || std::abs(man) == KING) ? char('a' + man + 6) : '.';
+    if (std::abs(man) == BISHOP) bishops[man < 0][IsDarkSquare(sq)] ^= 1;
+  }
+  s += '/';
+  s += std::to_string(b.Castling());
+  s += '/';
+  for (auto& colour : bishops)
+    for (int parity : colour) s += char('0' + parity);
+  return s;
+}
+
+// --- Tables ------------------------------------------------------------------
+
+TEST(KeyTables, PawnRowsEqualPieceRowsAboveBitFour) {
+  int changed = 0;
+  for (int i = 0; i < 12; ++i)
+    for (int sq = 0; sq < 64; ++sq) {
+      uint64_t difference = PAWN_KEYS[i][sq] ^ PIECE_KEYS[i][sq];
+      EXPECT_LT(difference, 24u) << i << " " << sq;
+      changed += difference != 0;
+    }
+  // The low bits really are redrawn, not copied.
+  EXPECT_GT(changed, 12 * 64 * 9 / 10);
+}
+
+TEST(KeyTables, PawnKeyStartIsTheWhitePawnOnA1) {
+  EXPECT_EQ(PAWN_KEY_START, 0x27c06528b11258a8ull);
+  EXPECT_EQ(PAWN_KEYS[PAWN_INDEX][0], PAWN_KEY_START);
+  EXPECT_EQ(PIECE_KEYS[PAWN_INDEX][0] >> 5, PAWN_KEY_START >> 5);
+}
+
+TEST(KeyTables, CastlingKeysAreLinear) {
+  EXPECT_EQ(CASTLING_KEYS[0], 0u);
+  EXPECT_EQ(CASTLING_KEYS[1], 0xc587778e1c593fa8ull);
+  EXPECT_EQ(CASTLING_KEYS[2], 0xf1a05aa56ecaa853ull);
+  EXPECT_EQ(CASTLING_KEYS[4], 0x3f7e0754a47719ecull);
+  EXPECT_EQ(CASTLING_KEYS[8], 0xa7a6ae9ffd6151f2ull);
+  for (int a = 0; a < 16; ++a)
+    for (int b = 0; b < 16; ++b)
+      EXPECT_EQ(CASTLING_KEYS[a ^ b], CASTLING_KEYS[a] ^ CASTLING_KEYS[b]) << a << " " << b;
+  std::set<uint64_t> distinct(CASTLING_KEYS.begin(), CASTLING_KEYS.end());
+  EXPECT_EQ(distinct.size(), 16u);
+}
+
+TEST(KeyTables, FreeWordsAreDistinctAndMixed) {
+  std::set<uint64_t> words;
+  int ones[64] = {};
+  for (const auto& row : PIECE_KEYS)
+    for (uint64_t w : row) {
+      words.insert(w);
+      for (int b = 0; b < 64; ++b) ones[b] += (w >> b) & 1;
+    }
+  for (uint64_t w : EP_KEYS) words.insert(w);
+  words.insert(SIDE_KEY);
+  for (int r : {1, 2, 4, 8}) words.insert(CASTLING_KEYS[r]);
+  for (uint64_t w : {WHITE_BISHOP_DARK_KEY, WHITE_BISHOP_LIGHT_KEY, BLACK_BISHOP_DARK_KEY,
+                     BLACK_BISHOP_LIGHT_KEY})
+    words.insert(w);
+  EXPECT_EQ(words.size(), 768u + 8 + 1 + 4 + 4);
+  EXPECT_EQ(words.count(0), 0u);
+  // Every bit is set in about half of the piece words (binomial 768, 1/2:
+  // the bounds are more than seven standard deviations out).
+  for (int b = 0; b < 64; ++b) {
+    EXPECT_GT(ones[b], 284) << b;
+    EXPECT_LT(ones[b], 484) << b;
+  }
+}
+
+TEST(KeyTables, CastlingRookWordsAreTheRookMoves) {
+  // The constant is what moving the rook does to the key of a real position.
+  struct Case {
+    const char* before;
+    const char* after;
+    uint64_t constant;
+  };
+  const Case cases[] = {
+      {"4k3/8/8/8/8/8/8/4K2R w - - 0 1", "4k3/8/8/8/8/8/8/4KR2 w - - 0 1", WHITE_SHORT_ROOK_KEY},
+      {"4k3/8/8/8/8/8/8/R3K3 w - - 0 1", "4k3/8/8/8/8/8/8/3RK3 w - - 0 1", WHITE_LONG_ROOK_KEY},
+      {"4k2r/8/8/8/8/8/8/4K3 w - - 0 1", "4kr2/8/8/8/8/8/8/4K3 w - - 0 1", BLACK_SHORT_ROOK_KEY},
+      {"r3k3/8/8/8/8/8/8/4K3 w - - 0 1", "3rk3/8/8/8/8/8/8/4K3 w - - 0 1", BLACK_LONG_ROOK_KEY},
+  };
+  for (const Case& c : cases) {
+    auto before = RecordOf(FromFen(c.before));
+    auto after = RecordOf(FromFen(c.after));
+    EXPECT_EQ(PositionKey(before.get(), WHITE) ^ PositionKey(after.get(), WHITE), c.constant)
+        << c.before;
+  }
+  EXPECT_EQ(WHITE_SHORT_ROOK_KEY, PIECE_KEYS[ROOK_INDEX][7] ^ PIECE_KEYS[ROOK_INDEX][5]);
+  EXPECT_EQ(WHITE_LONG_ROOK_KEY, PIECE_KEYS[ROOK_INDEX][0] ^ PIECE_KEYS[ROOK_INDEX][3]);
+  EXPECT_EQ(BLACK_SHORT_ROOK_KEY, PIECE_KEYS[ROOK_INDEX + 1][63] ^ PIECE_KEYS[ROOK_INDEX + 1][61]);
+  EXPECT_EQ(BLACK_LONG_ROOK_KEY, PIECE_KEYS[ROOK_INDEX + 1][56] ^ PIECE_KEYS[ROOK_INDEX + 1][59]);
+}
+
+// --- Position key ------------------------------------------------------------
+
+TEST(KeyPosition, SideKeyOnlyForWhiteToMove) {
+  auto start = RecordOf(Board());
+  EXPECT_EQ(PositionKey(start.get(), WHITE) ^ PositionKey(start.get(), BLACK), SIDE_KEY);
+  // An empty board with no rights and no en passant: only the side term.
+  Position empty{};
+  EXPECT_EQ(PositionKey(&empty, BLACK), 0u);
+  EXPECT_EQ(PositionKey(&empty, WHITE), SIDE_KEY);
+}
+
+TEST(KeyPosition, EnPassantSquareAddsItsFileKey) {
+  for (int file = 0; file < 8; ++file) {
+    // Black pawn just arrived on the fifth rank, a white pawn beside it.
+    int neighbour = file == 0 ? 1 : file - 1;
+    std::string rank5(8, '1');
+    rank5[file] = 'p';
+    rank5[neighbour] = 'P';
+    std::string target{char('a' + file), '6'};
+    std::string fen = "4k3/8/8/" + rank5 + "/8/8/8/4K3 w - " + target + " 0 1";
+    Board b = FromFen(fen);
+    ASSERT_EQ(b.EpSquare(), 40 + file) << fen;
+    auto with = RecordOf(b);
+    auto without = RecordOf(b);
+    without->state.epSquare = 0;
+    EXPECT_EQ(PositionKey(with.get(), WHITE) ^ PositionKey(without.get(), WHITE), EP_KEYS[file])
+        << fen;
+    EXPECT_EQ(PawnKey(with.get()), PawnKey(without.get()));
+  }
+  // Black to move, target on the third rank: the same file key.
+  Board b = FromFen("4k3/8/8/8/3pP3/8/8/4K3 b - e3 0 1");
+  ASSERT_EQ(b.EpSquare(), 20);
+  auto with = RecordOf(b);
+  auto without = RecordOf(b);
+  without->state.epSquare = 0;
+  EXPECT_EQ(PositionKey(with.get(), BLACK) ^ PositionKey(without.get(), BLACK), EP_KEYS[4]);
+}
+
+TEST(KeyPosition, MovingAManChangesTheKeyByItsTwoSquares) {
+  Board b;
+  auto before = RecordOf(b);
+  ASSERT_TRUE(b.PlayText("g1f3"));
+  auto after = RecordOf(b);
+  EXPECT_EQ(PositionKey(before.get(), WHITE) ^ PositionKey(after.get(), BLACK),
+            PIECE_KEYS[KNIGHT_INDEX][6] ^ PIECE_KEYS[KNIGHT_INDEX][21] ^ SIDE_KEY);
+  EXPECT_EQ(PawnKey(before.get()), PawnKey(after.get()));
+}
+
+TEST(KeyPosition, LosingCastlingRightsChangesKeyAndPawnKeyAlike) {
+  for (const Board& b : {Board(), FromFen("r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1")}) {
+    auto full = RecordOf(b);
+    for (uint32_t lost = 1; lost < 16; ++lost) {
+      auto fewer = RecordOf(b);
+      fewer->state.castling = 15 & ~lost;
+      EXPECT_EQ(PositionKey(full.get(), WHITE) ^ PositionKey(fewer.get(), WHITE),
+                CASTLING_KEYS[lost]);
+      EXPECT_EQ(PawnKey(full.get()) ^ PawnKey(fewer.get()), CASTLING_KEYS[lost]);
+    }
+  }
+}
+
+TEST(KeyPosition, DistinctPositionsHaveDistinctKeys) {
+  std::map<uint64_t, std::string> seen;
+  for (const Board& b : Playouts(7, 30, 200)) {
+    auto record = RecordOf(b);
+    std::string fen = b.Fen(false);
+    auto [it, inserted] = seen.emplace(PositionKey(record.get(), b.Side()), fen);
+    if (!inserted) {
+      EXPECT_EQ(it->second, fen);
+    }
+  }
+  EXPECT_GT(seen.size(), 3000u);
+}
+
+// --- Pawn key ------------------------------------------------------------------
+
+TEST(KeyPawn, EmptyOfPawnsAndBishopsIsStartAndKings) {
+  auto r = RecordOf(FromFen("4k3/8/8/8/8/8/8/4K3 w - - 0 1"));
+  EXPECT_EQ(PawnKey(r.get()),
+            PAWN_KEY_START ^ PAWN_KEYS[KING_INDEX][4] ^ PAWN_KEYS[KING_INDEX + 1][60]);
+}
+
+TEST(KeyPawn, BishopTermsFollowSquareColour) {
+  auto none = RecordOf(FromFen("4k3/8/8/8/8/8/8/4K3 w - - 0 1"));
+  auto light = RecordOf(FromFen("4k3/8/8/8/8/8/8/1B2K3 w - - 0 1"));   // b1 is light
+  auto light2 = RecordOf(FromFen("4k3/8/8/8/3B4/8/8/4K3 w - - 0 1"));  // d4 is dark
+  auto dark = RecordOf(FromFen("4k3/8/8/8/8/8/8/2B1K3 w - - 0 1"));    // c1 is dark
+  auto blackLight = RecordOf(FromFen("2b1k3/8/8/8/8/8/8/4K3 w - - 0 1"));  // c8 is light
+  auto blackDark = RecordOf(FromFen("4kb2/8/8/8/8/8/8/4K3 w - - 0 1"));   // f8 is dark
+  uint64_t base = PawnKey(none.get());
+  EXPECT_EQ(PawnKey(light.get()) ^ base, WHITE_BISHOP_LIGHT_KEY);
+  EXPECT_EQ(PawnKey(light2.get()) ^ base, WHITE_BISHOP_DARK_KEY);
+  EXPECT_EQ(PawnKey(dark.get()) ^ base, WHITE_BISHOP_DARK_KEY);
+  EXPECT_EQ(PawnKey(blackLight.get()) ^ base, BLACK_BISHOP_LIGHT_KEY);
+  EXPECT_EQ(PawnKey(blackDark.get()) ^ base, BLACK_BISHOP_DARK_KEY);
+}
+
+TEST(KeyPawn, SharedExactlyByEqualPawnStructures) {
+  std::map<uint64_t, std::string> byKey;
+  std::map<std::string, uint64_t> byStructure;
+  for (const Board& b : Playouts(11, 30, 200)) {
+    auto record = RecordOf(b);
+    uint64_t key = PawnKey(record.get());
+    std::string structure = PawnStructure(b);
+    auto [k, newKey] = byKey.emplace(key, structure);
+    if (!newKey) {
+      EXPECT_EQ(k->second, structure) << b.Fen();
+    }
+    auto [s, newStructure] = byStructure.emplace(structure, key);
+    if (!newStructure) {
+      EXPECT_EQ(s->second, key) << b.Fen();
+    }
+  }
+  EXPECT_GT(byStructure.size(), 1000u);
+}
+
+// --- Material signature ----------------------------------------------------------
+
+TEST(KeySignature, StepsAreTheSumsOfTheirFields) {
+  // Each step is what adding one man to a bare-kings board does to the word.
+  const uint64_t kings = SignatureFromCounts(FromFen("4k3/8/8/8/8/8/8/4K3 w - - 0 1"));
+  EXPECT_EQ(kings, MATERIAL_SIGNATURE_BASE);
+  struct Case {
+    int index;
+    const char* fen;
+  };
+  const Case cases[] = {
+      {0, "4k3/8/8/8/8/8/3P4/4K3 w - - 0 1"},  {1, "4k3/3p4/8/8/8/8/8/4K3 w - - 0 1"},
+      {2, "4k3/8/8/8/8/8/8/1N2K3 w - - 0 1"},  {3, "1n2k3/8/8/8/8/8/8/4K3 w - - 0 1"},
+      {4, "4k3/8/8/8/8/8/8/1B2K3 w - - 0 1"},  {5, "2b1k3/8/8/8/8/8/8/4K3 w - - 0 1"},
+      {6, "4k3/8/8/8/8/8/8/R3K3 w - - 0 1"},   {7, "r3k3/8/8/8/8/8/8/4K3 w - - 0 1"},
+      {8, "4k3/8/8/8/8/8/8/3QK3 w - - 0 1"},   {9, "3qk3/8/8/8/8/8/8/4K3 w - - 0 1"},
+      {10, "4k3/8/8/8/8/8/8/2B1K3 w - - 0 1"}, {11, "4kb2/8/8/8/8/8/8/4K3 w - - 0 1"},
+  };
+  for (const Case& c : cases) {
+    Board b = FromFen(c.fen);
+    EXPECT_EQ(MATERIAL_STEPS[c.index], SignatureFromCounts(b) - kings) << c.index;
+    auto record = RecordOf(b);
+    EXPECT_EQ(MaterialSignature(record.get()), SignatureFromCounts(b)) << c.fen;
+  }
+}
+
+TEST(KeySignature, StartPositionFields) {
+  auto start = RecordOf(Board());
+  uint64_t s = MaterialSignature(start.get());
+  EXPECT_EQ(s >> 56, 32u);
+  EXPECT_EQ((s >> 17) & 0xff, 128u);
+  EXPECT_EQ((s >> 25) & 0x1ff, 256u);
+  EXPECT_EQ(s & 0x1ffff, 118097u);  // the last entry of the 118098-entry material table
+  EXPECT_EQ((s >> 34) & 0xf, 0xfu);  // one bishop of each colour on each square colour
+  EXPECT_EQ((s >> 38) & 3, 3u);      // one queen each
+  for (int shift : {40, 42, 44, 46, 48, 50}) EXPECT_EQ((s >> shift) & 3, 2u) << shift;
+  EXPECT_EQ((s >> 52) & 0xf, 0u);
+  EXPECT_EQ((s >> 7 & 0x3fc00) - 0x20000, 0u);
+}
+
+TEST(KeySignature, MatchesFieldCountsOnRandomPositions) {
+  int checked = 0;
+  for (const Board& b : Playouts(3, 40, 300)) {
+    auto record = RecordOf(b);
+    uint64_t s = MaterialSignature(record.get());
+    ASSERT_EQ(s, SignatureFromCounts(b)) << b.Fen();
+    // The fields read back as plain numbers wherever no field has overflowed.
+    int men = 0, balance = 0, phase = 0;
+    for (int sq = 0; sq < 64; ++sq) {
+      static const int value[] = {0, 1, 3, 3, 5, 10, 0};
+      static const int weight[] = {0, 0, 4, 8, 24, 56, 0};
+      int man = b.ManAt(sq);
+      men += man != 0;
+      balance += man > 0 ? value[man] : -value[-man];
+      phase += weight[std::abs(man)];
+    }
+    EXPECT_EQ(int(s >> 56), men);
+    EXPECT_EQ(int((s >> 17) & 0xff) - 128, balance) << b.Fen();
+    if ((s & 0x1ffff) < 118098 && phase < 512) {
+      EXPECT_EQ(int((s >> 25) & 0x1ff), phase) << b.Fen();
+      EXPECT_EQ(int64_t((s >> 7 & 0x3fc00)) - 0x20000, int64_t(balance) * 1024);
+    }
+    ++checked;
+  }
+  EXPECT_GT(checked, 5000);
+}
+
+}  // namespace

@@ -1,0 +1,2 @@
+# One line per generated constant table; see quorl_generate in the top CMakeLists.
+quorl_generate(gen_attacks attack_tables.cpp)
