@@ -1,0 +1,20 @@
+// Counting the nodes of a search: White's make operations count down, and
+// every 4096 counted moves the full make runs the periodic check.
+#pragma once
+
+#include <cstdint>
+
+constexpr int64_t NODE_BLOCK = 4096;
+
+extern uint64_t node_blocks;     // blocks of NODE_BLOCK counted nodes, 1 at the start of a search
+extern int64_t node_countdown;   // NODE_BLOCK at the start of a search
+
+// Counted nodes of this process.
+inline uint64_t counted_nodes() { return node_blocks * NODE_BLOCK - uint64_t(node_countdown); }
+
+// Sets the counters for a new search.
+void reset_node_count();
+
+// Called by White's full make when the countdown has run out: opens the next
+// block and polls the input, which may end the search by its long jump.
+void periodic_check();
