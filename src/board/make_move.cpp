@@ -7,16 +7,6 @@
 
 namespace {
 
-// Promotion class (bits 42-44) to piece code, per colour: N, B, P, K, Q, R at
-// 1 to 6. The two codes outside that range only come from malformed input and
-// give a queen.
-constexpr int PROMOTION_CODE[2][8] = {
-    {WHITE_QUEEN, WHITE_KNIGHT, WHITE_BISHOP, WHITE_PAWN, WHITE_KING, WHITE_QUEEN, WHITE_ROOK,
-     WHITE_QUEEN},
-    {BLACK_QUEEN, BLACK_KNIGHT, BLACK_BISHOP, BLACK_PAWN, BLACK_KING, BLACK_QUEEN, BLACK_ROOK,
-     BLACK_QUEEN},
-};
-
 // The key term of whatever stands on a square.
 uint64_t piece_key(uint64_t word, int square) {
   int code = int(word & WORD_CODE);
@@ -79,7 +69,7 @@ void ApplyGameMove(Move move) {
       p.board[to ^ 8] = 0;
     }
     if (is_promotion(move)) {
-      p.board[to] = PIECE_WORDS[PROMOTION_CODE[us][(move >> 42) & 7]];
+      p.board[to] = PIECE_WORDS[promotion_index(us, move) + 2];
       st.key ^= piece_key(mover, to) ^ piece_key(p.board[to], to);
     }
     if ((from ^ to) == 16) {

@@ -26,6 +26,17 @@ constexpr Move PROMOTE_KNIGHT = 0x48400000000c0ull;
 constexpr Move PROMOTE_QUEEN = 0x51400000000c0ull;
 constexpr Move PROMOTE_ROOK = 0x45800000000c0ull;
 
+// MoverClass of the promotion field (bits 42-44) to the new piece's bitboard
+// index, per colour: N, B, P, K, Q, R at 1 to 6. Classes 0 and 7 come only
+// with a promotion word that names no piece ("a7a8"), which makes a queen.
+constexpr int PROMOTION_INDEX[2][8] = {
+    {QUEEN_INDEX, KNIGHT_INDEX, BISHOP_INDEX, PAWN_INDEX, KING_INDEX, QUEEN_INDEX, ROOK_INDEX,
+     QUEEN_INDEX},
+    {QUEEN_INDEX + 1, KNIGHT_INDEX + 1, BISHOP_INDEX + 1, PAWN_INDEX + 1, KING_INDEX + 1,
+     QUEEN_INDEX + 1, ROOK_INDEX + 1, QUEEN_INDEX + 1},
+};
+constexpr int promotion_index(int colour, Move m) { return PROMOTION_INDEX[colour][(m >> 42) & 7]; }
+
 constexpr int move_to(Move m) { return int(m & 0x3f); }
 constexpr int move_from(Move m) { return int((m >> 10) & 0x3f); }
 

@@ -1,0 +1,760 @@
+// Make and unmake of the search against the reference board and the
+// from-scratch words, over random games and on the rule edge cases.
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "board/keys.h"
+#include "board/make_move.h"
+#include "board/move.h"
+#include "board/position.h"
+#include "board/reference_moves.h"
+#include "clock/node_count.h"
+#include "eval/node_record.h"
+#include "eval/piece_square.h"
+
+namespace {
+
+using reference::RefMove;
+
+// Distinct adjust steps, so that a wrong index shows in materialAdjust.
+constexpr int32_t TEST_ADJUST_STEPS[12] = {3, -5, 70, -110, 130, -170, 190, -230, 290, -310, 370, -410};
+
+// Every test here starts with the node count far from a block end, so that no
+// make reaches the periodic check (which reads standard input) unless a test
+// asks for it, and leaves the adjust steps at zero.
+class MakeFixture : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    node_countdown = int64_t(1) << 40;
+    std::memset(MATERIAL_ADJUST_STEPS, 0, sizeof(MATERIAL_ADJUST_STEPS));
+  }
+  void TearDown() override {
+    std::memset(MATERIAL_ADJUST_STEPS, 0, sizeof(MATERIAL_ADJUST_STEPS));
+    reset_node_count();
+  }
+};
+using MakeUnmake = MakeFixture;
+using MakeQuietCopy = MakeFixture;
+using MakeNullMove = MakeFixture;
+using MakeEdgeCases = MakeFixture;
+using MakeNodeCount = MakeFixture;
+
+// --- Colour dispatch for the tests --------------------------------------------
+
+void make_move(int side, Move move, SavedState* saved, NodeRecord* node) {
+  side == WHITE ? MakeMove<WHITE>(move, saved, node) : MakeMove<BLACK>(move, saved, node);
+}
+void unmake_move(int side, Move move, const SavedState* saved) {
+  side == WHITE ? UnmakeMove<WHITE>(move, saved) : UnmakeMove<BLACK>(move, saved);
+}
+void make_quiet(int side, Move move, SavedState* saved, NodeRecord* node) {
+  side == WHITE ? MakeQuiet<WHITE>(move, saved, node) : MakeQuiet<BLACK>(move, saved, node);
+}
+void unmake_quiet(int side, Move move, const SavedState* saved) {
+  side == WHITE ? UnmakeQuiet<WHITE>(move, saved) : UnmakeQuiet<BLACK>(move, saved);
+}
+void make_null(int side, NullRecord* record, NodeRecord* node) {
+  side == WHITE ? MakeNull<WHITE>(record, node) : MakeNull<BLACK>(record, node);
+}
+
+std::unique_ptr<Position> copy_of_position() {
+  auto copy = std::make_unique<Position>();
+  std::memcpy(static_cast<void*>(copy.get()), &position, sizeof(Position));
+  return copy;
+}
+
+void restore_position(const Position& copy) {
+  std::memcpy(static_cast<void*>(&position), &copy, sizeof(Position));
+}
+
+// Offset of the first byte where two records differ, for the message.
+std::string first_difference(const Position& a, const Position& b) {
+  const auto* x = reinterpret_cast<const unsigned char*>(&a);
+  const auto* y = reinterpret_cast<const unsigned char*>(&b);
+  for (size_t i = 0; i < sizeof(Position); ++i)
+    if (x[i] != y[i]) return "first difference at byte " + std::to_string(i);
+  return "identical";
+}
+
+// --- Expectations written from the rules ---------------------------------------
+
+int code_of_man(int man) { return man == 0 ? 0 : 2 * std::abs(man) + (man < 0 ? 1 : 0); }
+
+bool is_dark(int square) { return ((square_file(square) + square_rank(square)) & 1) == 0; }
+
+// pstSum as the rules define it: both halves biased by 0x8000, each right
+// worth 100 (short) or 20 (long) in the opening half, for White, against for
+// Black, plus the table entries of all men.
+int64_t expected_pst_sum(const reference::Board& board) {
+  int64_t sum = 0x80008000;
+  int rights = board.Castling();
+  if (rights & 1) sum += 100 * 65536;
+  if (rights & 2) sum += 20 * 65536;
+  if (rights & 4) sum -= 100 * 65536;
+  if (rights & 8) sum -= 20 * 65536;
+  for (int sq = 0; sq < 64; ++sq) {
+    int code = code_of_man(board.ManAt(sq));
+    if (code) sum += PIECE_SQUARE_VALUES[(code - 2) * 64 + sq];
+  }
+  return sum;
+}
+
+// Sum of the adjust steps of the men on a board, bishops by square colour,
+// kings not counted.
+int32_t adjust_of(const reference::Board& board) {
+  int32_t sum = 0;
+  for (int sq = 0; sq < 64; ++sq) {
+    int man = board.ManAt(sq);
+    if (man == 0 || std::abs(man) == reference::KING) continue;
+    int colour = man < 0 ? 1 : 0;
+    int index = code_of_man(man) - 2;
+    if (std::abs(man) == reference::BISHOP && is_dark(sq)) index = 10 + colour;
+    sum += MATERIAL_ADJUST_STEPS[index];
+  }
+  return sum;
+}
+
+// How far the incremental words stand from the from-scratch ones: only a
+// promotion to bishop opens a gap, and the gap stays for the rest of the game.
+struct Drift {
+  uint64_t signature = 0;
+  uint64_t pawnKey = 0;
+  int32_t adjust = 0;
+};
+
+void add_bishop_promotion(Drift* drift, int side, int square) {
+  // The new bishop is counted with the light-square step and adds no pawnKey
+  // term; from scratch it counts by its square's colour and has its term.
+  const uint64_t light_step = MATERIAL_STEPS[BISHOP_INDEX + side];
+  const uint64_t dark_step = MATERIAL_STEPS[10 + side];
+  const uint64_t dark_key = side == WHITE ? WHITE_BISHOP_DARK_KEY : BLACK_BISHOP_DARK_KEY;
+  const uint64_t light_key = side == WHITE ? WHITE_BISHOP_LIGHT_KEY : BLACK_BISHOP_LIGHT_KEY;
+  if (is_dark(square)) {
+    drift->signature += light_step - dark_step;
+    drift->pawnKey ^= dark_key;
+    drift->adjust += MATERIAL_ADJUST_STEPS[BISHOP_INDEX + side] - MATERIAL_ADJUST_STEPS[10 + side];
+  } else {
+    drift->pawnKey ^= light_key;
+  }
+}
+
+// What the playout saw, so that a run that never met a rule fails.
+struct Coverage {
+  int moves = 0, captures = 0, castlings = 0, enPassant = 0, promotions = 0;
+  int bishopPromotionsDark = 0, darkBishopCaptures = 0, doublePushesWithEp = 0;
+  int doublePushesWithoutEp = 0, rightsLostByCapture = 0;
+};
+
+// Checks the global position just after `move` was made from `before`.
+void check_made(const Position& before, const reference::Board& board_before,
+                const reference::Board& board_after, const RefMove& ref, Move move, int side,
+                const SavedState& saved, const NodeRecord& node, const Drift& drift,
+                int32_t adjust_base, const std::string& where) {
+  SCOPED_TRACE(where);
+  const Position& now = position;
+
+  // Placement against the reference board.
+  auto placed = std::make_unique<Position>();
+  board_after.FillRecord(placed.get());
+  ASSERT_EQ(std::memcmp(now.board, placed->board, sizeof(now.board)), 0);
+  ASSERT_EQ(std::memcmp(now.colourBits, placed->colourBits, sizeof(now.colourBits)), 0);
+  ASSERT_EQ(std::memcmp(now.pieceBits, placed->pieceBits, sizeof(now.pieceBits)), 0);
+  ASSERT_EQ(now.occupied, placed->occupied);
+  ASSERT_EQ(now.kingSquare[0], placed->kingSquare[0]);
+  ASSERT_EQ(now.kingSquare[1], placed->kingSquare[1]);
+  ASSERT_EQ(now.state.castling, placed->state.castling);
+  ASSERT_EQ(now.state.epSquare, placed->state.epSquare);
+  for (int i = 0; i < 32; ++i) ASSERT_EQ(now.lowMargin[i] | now.highMargin[i], 0u);
+
+  // Keys and sums against a from-scratch rebuild of a copy.
+  auto scratch = std::make_unique<Position>();
+  std::memcpy(static_cast<void*>(scratch.get()), &now, sizeof(Position));
+  RebuildDerived(scratch.get(), side ^ 1);
+  ASSERT_EQ(now.state.key, scratch->state.key);
+  ASSERT_EQ(now.state.pawnKey, scratch->state.pawnKey ^ drift.pawnKey);
+  ASSERT_EQ(now.state.materialSignature, scratch->state.materialSignature + drift.signature);
+  ASSERT_EQ(now.state.pstSum, scratch->state.pstSum);
+  ASSERT_EQ(now.state.pstSum, expected_pst_sum(board_after));
+  ASSERT_EQ(now.state.materialAdjust, adjust_of(board_after) - adjust_base + drift.adjust);
+
+  // Counters and the captured code.
+  const int mover = board_before.ManAt(ref.from);
+  const int victim = board_before.ManAt(ref.to);
+  const bool resets = victim != 0 || std::abs(mover) == reference::PAWN ||
+                      (ref.flags & reference::MOVE_IS_CASTLE);
+  ASSERT_EQ(now.state.capturedCode, uint32_t(code_of_man(victim)));
+  ASSERT_EQ(now.state.fiftyCount, resets ? 0u : before.state.fiftyCount + 1);
+  ASSERT_EQ(now.state.historyCount, before.state.historyCount + 1);
+  ASSERT_EQ(now.keyHistory[before.state.historyCount], before.state.key);
+  ASSERT_EQ(std::memcmp(now.keyHistory, before.keyHistory, sizeof(uint64_t) * before.state.historyCount), 0);
+
+  // The saved slot is the state before the move, with this move's victim.
+  SavedState expected_saved = before.state;
+  expected_saved.capturedCode = uint32_t(code_of_man(victim));
+  ASSERT_EQ(std::memcmp(&saved, &expected_saved, sizeof(SavedState)), 0);
+  ASSERT_EQ(node.currentMove, move);
+}
+
+// After an unmake the record is the one before the make, but for the two
+// words the make leaves behind by design: the key it appended past the end of
+// the history, and capturedCode, which the saved slot carried back with the
+// unmade move's victim in it.
+void check_unmade(const Position& before, uint32_t captured, const std::string& where) {
+  SCOPED_TRACE(where);
+  auto expected = std::make_unique<Position>();
+  std::memcpy(static_cast<void*>(expected.get()), &before, sizeof(Position));
+  expected->keyHistory[before.state.historyCount] = before.state.key;
+  expected->state.capturedCode = captured;
+  ASSERT_EQ(std::memcmp(&position, expected.get(), sizeof(Position)), 0)
+      << first_difference(position, *expected);
+}
+
+std::map<std::string, RefMove> moves_by_text(const reference::Board& board) {
+  std::map<std::string, RefMove> by_text;
+  for (const RefMove& m : board.LegalMoves()) by_text[reference::MoveText(m)] = m;
+  return by_text;
+}
+
+// The engine words of the legal moves, read against a fresh parse of the
+// board's FEN; the live position is put back afterwards.
+std::vector<Move> engine_moves_keeping_position(const reference::Board& board) {
+  auto live = copy_of_position();
+  std::vector<Move> moves = reference::EngineMoves(board);
+  restore_position(*live);
+  return moves;
+}
+
+const char* const START_POSITIONS[] = {
+    START_FEN,
+    "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -",
+    "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -",
+    "r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq -",
+    "rnbq1k1r/pp1Pbppp/2p5/8/2B5/8/PPP1NnPP/RNBQK2R w KQ -",
+};
+
+// --- Random playouts ----------------------------------------------------------
+
+TEST_F(MakeUnmake, EveryLegalMoveOfRandomGamesMakesExactlyAndUnmakesToTheSameRecord) {
+  std::memcpy(MATERIAL_ADJUST_STEPS, TEST_ADJUST_STEPS, sizeof(TEST_ADJUST_STEPS));
+  std::mt19937_64 rng(0x6d616b65);
+  Coverage seen;
+  int positions = 0;
+  for (int game = 0; game < 80; ++game) {
+    const char* start = START_POSITIONS[game % 5];
+    reference::Board board;
+    ASSERT_TRUE(board.SetFen(start));
+    ASSERT_EQ(SetPositionFromFen(start), 1);
+    int side = board.Side();
+    const int32_t adjust_base = adjust_of(board);
+    Drift drift;
+    for (int ply = 0; ply < 200; ++ply) {
+      std::vector<Move> moves = engine_moves_keeping_position(board);
+      std::vector<std::string> texts = board.LegalMoveTexts();
+      ASSERT_EQ(moves.size(), texts.size());
+      if (moves.empty()) break;
+      auto by_text = moves_by_text(board);
+      ++positions;
+      const std::string fen = board.Fen(false);
+
+      // Every legal move: make, compare, unmake, compare.
+      std::vector<Drift> drift_after(moves.size(), drift);
+      std::vector<reference::Board> boards_after(moves.size(), board);
+      for (size_t i = 0; i < moves.size(); ++i) {
+        const RefMove& ref = by_text.at(texts[i]);
+        const std::string where = fen + " " + texts[i];
+        boards_after[i].Play(ref);
+        if (ref.promotion == reference::BISHOP) add_bishop_promotion(&drift_after[i], side, ref.to);
+        auto before = copy_of_position();
+        SavedState saved;
+        NodeRecord node{};
+        make_move(side, moves[i], &saved, &node);
+        ASSERT_NO_FATAL_FAILURE(check_made(*before, board, boards_after[i], ref, moves[i], side, saved,
+                                           node, drift_after[i], adjust_base, where));
+        const uint32_t captured = position.state.capturedCode;
+        unmake_move(side, moves[i], &saved);
+        ASSERT_NO_FATAL_FAILURE(check_unmade(*before, captured, where));
+
+        ++seen.moves;
+        const int victim = board.ManAt(ref.to);
+        seen.captures += victim != 0;
+        seen.castlings += (ref.flags & reference::MOVE_IS_CASTLE) != 0;
+        seen.enPassant += (ref.flags & reference::MOVE_IS_EN_PASSANT) != 0;
+        seen.promotions += ref.promotion != 0;
+        seen.bishopPromotionsDark += ref.promotion == reference::BISHOP && is_dark(ref.to);
+        seen.darkBishopCaptures += std::abs(victim) == reference::BISHOP && is_dark(ref.to);
+        if (ref.flags & reference::MOVE_IS_DOUBLE_PUSH) {
+          if (boards_after[i].EpSquare() >= 0)
+            ++seen.doublePushesWithEp;
+          else
+            ++seen.doublePushesWithoutEp;
+        }
+        // The victim's side loses a right without moving.
+        seen.rightsLostByCapture +=
+            victim != 0 && (board.Castling() & ~boards_after[i].Castling() & (side == WHITE ? 12 : 3));
+      }
+
+      // A null move here: side key and en-passant term, then the undo.
+      {
+        auto before = copy_of_position();
+        NullRecord record;
+        NodeRecord node{};
+        node.currentMove = moves[0];
+        make_null(side, &record, &node);
+        ASSERT_EQ(node.currentMove, 0u);
+        ASSERT_EQ(position.state.key, PositionKey(&position, side ^ 1)) << fen;
+        ASSERT_EQ(position.state.epSquare, 0u);
+        UndoNull(&record);
+        auto expected = std::make_unique<Position>();
+        std::memcpy(static_cast<void*>(expected.get()), before.get(), sizeof(Position));
+        expected->keyHistory[before->state.historyCount] = before->state.key;
+        ASSERT_EQ(std::memcmp(&position, expected.get(), sizeof(Position)), 0) << fen;
+      }
+
+      // Go on with a random move, made and kept, so that the incremental
+      // words run through whole games.
+      const size_t pick = size_t(rng() % moves.size());
+      const RefMove& ref = by_text.at(texts[pick]);
+      auto before = copy_of_position();
+      SavedState saved;
+      NodeRecord node{};
+      make_move(side, moves[pick], &saved, &node);
+      ASSERT_NO_FATAL_FAILURE(check_made(*before, board, boards_after[pick], ref, moves[pick], side,
+                                         saved, node, drift_after[pick], adjust_base,
+                                         fen + " " + texts[pick] + " (kept)"));
+      board = boards_after[pick];
+      drift = drift_after[pick];
+      side ^= 1;
+      sideToMove = side;
+      if (drift.signature == 0 && drift.pawnKey == 0) {
+        // With no promoted bishop the whole-position test agrees too.
+        ASSERT_TRUE(IsPositionConsistent()) << board.Fen(false);
+      }
+    }
+  }
+  EXPECT_GT(positions, 10000);
+  EXPECT_GT(seen.captures, 1000);
+  EXPECT_GT(seen.castlings, 20);
+  EXPECT_GT(seen.enPassant, 5);
+  EXPECT_GT(seen.promotions, 50);
+  EXPECT_GT(seen.bishopPromotionsDark, 5);
+  EXPECT_GT(seen.darkBishopCaptures, 20);
+  EXPECT_GT(seen.doublePushesWithEp, 20);
+  EXPECT_GT(seen.doublePushesWithoutEp, 20);
+  EXPECT_GT(seen.rightsLostByCapture, 5);
+}
+
+// --- MakeQuiet ----------------------------------------------------------------
+
+TEST_F(MakeQuietCopy, GivesTheSameRecordsAsMakeMoveOnEveryMoveButCastling) {
+  std::memcpy(MATERIAL_ADJUST_STEPS, TEST_ADJUST_STEPS, sizeof(TEST_ADJUST_STEPS));
+  std::mt19937_64 rng(0x7175696574);
+  int compared = 0;
+  for (int game = 0; game < 10; ++game) {
+    const char* start = START_POSITIONS[game % 5];
+    reference::Board board;
+    ASSERT_TRUE(board.SetFen(start));
+    ASSERT_EQ(SetPositionFromFen(start), 1);
+    int side = board.Side();
+    for (int ply = 0; ply < 120; ++ply) {
+      std::vector<Move> moves = engine_moves_keeping_position(board);
+      std::vector<std::string> texts = board.LegalMoveTexts();
+      if (moves.empty()) break;
+      auto by_text = moves_by_text(board);
+      for (size_t i = 0; i < moves.size(); ++i) {
+        if (by_text.at(texts[i]).flags & reference::MOVE_IS_CASTLE) continue;
+        SCOPED_TRACE(board.Fen(false) + " " + texts[i]);
+        auto before = copy_of_position();
+        SavedState saved_full, saved_quiet;
+        NodeRecord node_full{}, node_quiet{};
+        const int64_t countdown = node_countdown;
+        make_move(side, moves[i], &saved_full, &node_full);
+        auto made_full = copy_of_position();
+        unmake_move(side, moves[i], &saved_full);
+        auto unmade_full = copy_of_position();
+        ASSERT_EQ(node_countdown, countdown - (side == WHITE ? 1 : 0));
+
+        restore_position(*before);
+        make_quiet(side, moves[i], &saved_quiet, &node_quiet);
+        ASSERT_EQ(std::memcmp(&position, made_full.get(), sizeof(Position)), 0)
+            << first_difference(position, *made_full);
+        ASSERT_EQ(std::memcmp(&saved_quiet, &saved_full, sizeof(SavedState)), 0);
+        ASSERT_EQ(node_quiet.currentMove, node_full.currentMove);
+        unmake_quiet(side, moves[i], &saved_quiet);
+        ASSERT_EQ(std::memcmp(&position, unmade_full.get(), sizeof(Position)), 0)
+            << first_difference(position, *unmade_full);
+        ASSERT_EQ(node_countdown, countdown - (side == WHITE ? 2 : 0));
+        ++compared;
+      }
+      const size_t pick = size_t(rng() % moves.size());
+      SavedState saved;
+      NodeRecord node{};
+      make_move(side, moves[pick], &saved, &node);
+      board.Play(by_text.at(texts[pick]));
+      side ^= 1;
+    }
+  }
+  EXPECT_GT(compared, 10000);
+}
+
+// --- Null move ----------------------------------------------------------------
+
+TEST_F(MakeNullMove, RemovesTheEnPassantTermAndTheUndoBringsItBack) {
+  // e2e4 beside the black pawn on d4 leaves e3 as en-passant square.
+  ASSERT_EQ(SetPositionFromFen("4k3/8/8/8/3p4/8/4P3/4K3 w - -"), 1);
+  SavedState saved;
+  NodeRecord node{};
+  MakeMove<WHITE>(TextToMove("e2e4", true), &saved, &node);
+  ASSERT_EQ(position.state.epSquare, 20u);
+  auto before = copy_of_position();
+
+  NullRecord record;
+  node.currentMove = 0x1234;
+  MakeNull<BLACK>(&record, &node);
+  EXPECT_EQ(node.currentMove, 0u);
+  EXPECT_EQ(position.state.key, before->state.key ^ SIDE_KEY ^ EP_KEYS[4]);
+  EXPECT_EQ(position.state.key, PositionKey(&position, WHITE));
+  EXPECT_EQ(position.state.epSquare, 0u);
+  EXPECT_EQ(position.state.fiftyCount, before->state.fiftyCount + 1);
+  EXPECT_EQ(position.state.historyCount, before->state.historyCount + 1);
+  EXPECT_EQ(position.keyHistory[before->state.historyCount], before->state.key);
+
+  UndoNull(&record);
+  EXPECT_EQ(position.state.key, before->state.key);
+  EXPECT_EQ(position.state.epSquare, 20u);
+  auto expected = std::make_unique<Position>();
+  std::memcpy(static_cast<void*>(expected.get()), before.get(), sizeof(Position));
+  expected->keyHistory[before->state.historyCount] = before->state.key;
+  EXPECT_EQ(std::memcmp(&position, expected.get(), sizeof(Position)), 0)
+      << first_difference(position, *expected);
+}
+
+TEST_F(MakeNullMove, WithoutEnPassantOnlyTheSideKeyChanges) {
+  ASSERT_EQ(SetPositionFromFen(START_FEN), 1);
+  const uint64_t key = position.state.key;
+  NullRecord record;
+  NodeRecord node{};
+  MakeNull<WHITE>(&record, &node);
+  EXPECT_EQ(position.state.key, key ^ SIDE_KEY);
+  EXPECT_EQ(position.state.fiftyCount, 1u);
+  UndoNull(&record);
+  EXPECT_EQ(position.state.key, key);
+  EXPECT_EQ(position.state.fiftyCount, 0u);
+  EXPECT_EQ(position.state.historyCount, 0u);
+}
+
+// --- Edge cases -----------------------------------------------------------------
+
+// Makes the move of this text for the side, checks the key against the
+// from-scratch key, and returns the saved slot.
+SavedState make_text(int side, const char* text) {
+  SavedState saved;
+  NodeRecord node{};
+  make_move(side, TextToMove(text, true), &saved, &node);
+  EXPECT_EQ(position.state.key, PositionKey(&position, side ^ 1)) << text;
+  return saved;
+}
+
+TEST_F(MakeEdgeCases, RookTakenOnH1LosesTheShortRightWithoutAWhiteMove) {
+  ASSERT_EQ(SetPositionFromFen("4k3/8/8/8/8/8/6b1/R3K2R b KQ -"), 1);
+  auto before = copy_of_position();
+  SavedState saved = make_text(BLACK, "g2h1");
+  EXPECT_EQ(position.state.castling, uint32_t(WHITE_LONG));
+  const uint64_t moved = PIECE_KEYS[BISHOP_INDEX + 1][14] ^ PIECE_KEYS[BISHOP_INDEX + 1][7] ^
+                         PIECE_KEYS[ROOK_INDEX][7];
+  EXPECT_EQ(position.state.key, before->state.key ^ moved ^ CASTLING_KEYS[WHITE_SHORT] ^ SIDE_KEY);
+  EXPECT_EQ(position.state.pawnKey, before->state.pawnKey ^ CASTLING_KEYS[WHITE_SHORT]);
+  const int64_t squares = PIECE_SQUARE_VALUES[(BISHOP_INDEX + 1) * 64 + 7] -
+                          PIECE_SQUARE_VALUES[(BISHOP_INDEX + 1) * 64 + 14] -
+                          PIECE_SQUARE_VALUES[ROOK_INDEX * 64 + 7];
+  EXPECT_EQ(position.state.pstSum, before->state.pstSum - 100 * 65536 + squares);
+  EXPECT_EQ(position.state.capturedCode, uint32_t(WHITE_ROOK));
+  EXPECT_EQ(position.state.materialSignature, before->state.materialSignature - MATERIAL_STEPS[ROOK_INDEX]);
+  UnmakeMove<BLACK>(TextToMove("g2h1", true), &saved);
+  EXPECT_EQ(position.state.castling, uint32_t(WHITE_SHORT | WHITE_LONG));
+  EXPECT_EQ(position.state.pstSum, before->state.pstSum);
+  EXPECT_EQ(position.board[7], PIECE_WORDS[WHITE_ROOK]);
+}
+
+TEST_F(MakeEdgeCases, DoublePushSetsTheEnPassantSquareOnlyBesideAnEnemyPawn) {
+  struct Case {
+    const char* fen;
+    const char* move;
+    int side;
+    uint32_t ep;
+  } cases[] = {
+      {START_FEN, "e2e4", WHITE, 0},
+      {"4k3/8/8/8/3p4/8/4P3/4K3 w - -", "e2e4", WHITE, 20},
+      {"4k3/8/8/8/3P4/8/4P3/4K3 w - -", "e2e4", WHITE, 0},      // own pawn beside
+      {"4k3/8/8/p7/8/8/7P/4K3 w - -", "h2h4", WHITE, 0},        // a5 is h4 + 1, another rank
+      {"4k3/8/8/8/6p1/8/7P/4K3 w - -", "h2h4", WHITE, 23},
+      {"4k3/p7/8/1P6/8/8/8/4K3 b - -", "a7a5", BLACK, 40},
+      {"4k3/7p/8/P7/8/8/8/4K3 b - -", "h7h5", BLACK, 0},        // a5 is h5 + 1, wraps
+      {"4k3/3p4/8/8/8/8/8/4K3 b - -", "d7d5", BLACK, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.fen) + " " + c.move);
+    ASSERT_EQ(SetPositionFromFen(c.fen), 1);
+    auto before = copy_of_position();
+    const Move move = TextToMove(c.move, true);
+    const int from = move_from(move), to = move_to(move);
+    const int pawn = PAWN_INDEX + c.side;
+    make_text(c.side, c.move);
+    EXPECT_EQ(position.state.epSquare, c.ep);
+    uint64_t key = before->state.key ^ PIECE_KEYS[pawn][from] ^ PIECE_KEYS[pawn][to] ^ SIDE_KEY;
+    if (c.ep) key ^= EP_KEYS[c.ep & 7];
+    EXPECT_EQ(position.state.key, key);
+    EXPECT_EQ(position.state.fiftyCount, 0u);
+  }
+}
+
+TEST_F(MakeEdgeCases, CastlingResetsTheFiftyCountAndMovesTheRook) {
+  ASSERT_EQ(SetPositionFromFen("rn2k2r/8/8/8/8/8/8/RN2K2R w KQkq -"), 1);
+  make_text(WHITE, "b1c3");
+  make_text(BLACK, "b8c6");
+  ASSERT_EQ(position.state.fiftyCount, 2u);
+
+  auto before = copy_of_position();
+  const Move short_castle = TextToMove("e1g1", true);
+  SavedState saved = make_text(WHITE, "e1g1");
+  EXPECT_EQ(position.state.fiftyCount, 0u);
+  EXPECT_EQ(position.board[5], PIECE_WORDS[WHITE_ROOK]);
+  EXPECT_EQ(position.board[7], 0u);
+  EXPECT_EQ(position.board[6], PIECE_WORDS[WHITE_KING]);
+  EXPECT_EQ(position.pieceBits[ROOK_INDEX], bit(0) | bit(5));
+  EXPECT_EQ(position.kingSquare[WHITE], 6u);
+  EXPECT_EQ(position.state.castling, uint32_t(BLACK_SHORT | BLACK_LONG));
+  EXPECT_EQ(position.state.pawnKey, PawnKey(&position));
+  EXPECT_EQ(position.state.pstSum, 0x80008000 - 120 * 65536);
+  UnmakeMove<WHITE>(short_castle, &saved);
+  EXPECT_EQ(position.state.fiftyCount, 2u);
+  EXPECT_EQ(position.board[7], PIECE_WORDS[WHITE_ROOK]);
+  EXPECT_EQ(position.board[5], 0u);
+  EXPECT_EQ(std::memcmp(position.board, before->board, sizeof(position.board)), 0);
+  EXPECT_EQ(position.occupied, before->occupied);
+
+  make_text(WHITE, "e1g1");
+  make_text(BLACK, "e8c8");
+  EXPECT_EQ(position.state.fiftyCount, 0u);
+  EXPECT_EQ(position.board[59], PIECE_WORDS[BLACK_ROOK]);
+  EXPECT_EQ(position.board[56], 0u);
+  EXPECT_EQ(position.kingSquare[BLACK], 58u);
+  EXPECT_EQ(position.state.castling, 0u);
+  EXPECT_EQ(position.state.pstSum, 0x80008000);
+}
+
+TEST_F(MakeEdgeCases, EnPassantLeavesCapturedCodeZeroAndUnmakeRestoresThePawnByTheMoveBit) {
+  struct Case {
+    const char* fen;
+    const char* move;
+    int side;
+    int victim;
+  } cases[] = {
+      {"4k3/8/8/3pP3/8/8/8/4K3 w - d6", "e5d6", WHITE, 35},
+      {"4k3/8/8/8/5pP1/8/8/4K3 b - g3", "f4g3", BLACK, 30},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.fen);
+    ASSERT_EQ(SetPositionFromFen(c.fen), 1);
+    auto before = copy_of_position();
+    const Move move = TextToMove(c.move, true);
+    ASSERT_TRUE(move & MOVE_EN_PASSANT);
+    SavedState saved = make_text(c.side, c.move);
+    const int their_pawn = PAWN_INDEX + (c.side ^ 1);
+    EXPECT_EQ(position.state.capturedCode, 0u);
+    EXPECT_EQ(saved.capturedCode, 0u);
+    EXPECT_EQ(position.board[c.victim], 0u);
+    EXPECT_EQ(position.pieceBits[their_pawn], 0u);
+    EXPECT_EQ(position.state.pawnKey, PawnKey(&position));
+    EXPECT_EQ(position.state.materialSignature, MaterialSignature(&position));
+    unmake_move(c.side, move, &saved);
+    EXPECT_EQ(position.board[c.victim], PIECE_WORDS[their_pawn + 2]);
+    EXPECT_EQ(position.pieceBits[their_pawn], bit(c.victim));
+    auto expected = std::make_unique<Position>();
+    std::memcpy(static_cast<void*>(expected.get()), before.get(), sizeof(Position));
+    expected->keyHistory[0] = before->state.key;
+    EXPECT_EQ(std::memcmp(&position, expected.get(), sizeof(Position)), 0)
+        << first_difference(position, *expected);
+  }
+}
+
+TEST_F(MakeEdgeCases, PromotionToBishopCountsTheLightStepAndNoPawnKeyTerm) {
+  std::memcpy(MATERIAL_ADJUST_STEPS, TEST_ADJUST_STEPS, sizeof(TEST_ADJUST_STEPS));
+  struct Case {
+    const char* fen;
+    const char* move;
+    int side;
+    bool dark;
+  } cases[] = {
+      {"4k3/1P6/8/8/8/8/8/4K3 w - -", "b7b8b", WHITE, true},
+      {"4k3/P7/8/8/8/8/8/4K3 w - -", "a7a8b", WHITE, false},
+      {"4k3/8/8/8/8/8/p7/4K3 b - -", "a2a1b", BLACK, true},
+      {"4k3/8/8/8/8/8/1p6/4K3 b - -", "b2b1b", BLACK, false},
+      {"1n2k3/P7/8/8/8/8/8/4K3 w - -", "a7b8b", WHITE, true},  // with a capture
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.fen) + " " + c.move);
+    ASSERT_EQ(SetPositionFromFen(c.fen), 1);
+    auto before = copy_of_position();
+    const Move move = TextToMove(c.move, true);
+    SavedState saved = make_text(c.side, c.move);
+    const int bishop = BISHOP_INDEX + c.side;
+    const int dark_step = 10 + c.side;
+    auto scratch = copy_of_position();
+    RebuildDerived(scratch.get(), c.side ^ 1);
+    EXPECT_EQ(position.board[move_to(move)], PIECE_WORDS[bishop + 2]);
+    EXPECT_EQ(position.state.key, scratch->state.key);
+    if (c.dark) {
+      EXPECT_EQ(position.state.materialSignature - scratch->state.materialSignature,
+                MATERIAL_STEPS[bishop] - MATERIAL_STEPS[dark_step]);
+      EXPECT_EQ(position.state.pawnKey ^ scratch->state.pawnKey,
+                c.side == WHITE ? WHITE_BISHOP_DARK_KEY : BLACK_BISHOP_DARK_KEY);
+    } else {
+      EXPECT_EQ(position.state.materialSignature, scratch->state.materialSignature);
+      EXPECT_EQ(position.state.pawnKey ^ scratch->state.pawnKey,
+                c.side == WHITE ? WHITE_BISHOP_LIGHT_KEY : BLACK_BISHOP_LIGHT_KEY);
+    }
+    const int32_t victim_adjust =
+        position.state.capturedCode ? MATERIAL_ADJUST_STEPS[position.state.capturedCode - 2] : 0;
+    EXPECT_EQ(position.state.materialAdjust,
+              MATERIAL_ADJUST_STEPS[bishop] - MATERIAL_ADJUST_STEPS[PAWN_INDEX + c.side] - victim_adjust);
+    unmake_move(c.side, move, &saved);
+    EXPECT_EQ(position.state.materialSignature, before->state.materialSignature);
+    EXPECT_EQ(position.state.pawnKey, before->state.pawnKey);
+    EXPECT_EQ(position.board[move_from(move)], PIECE_WORDS[WHITE_PAWN + c.side]);
+    EXPECT_EQ(position.pieceBits[bishop], before->pieceBits[bishop]);
+  }
+}
+
+TEST_F(MakeEdgeCases, TakingAPromotedBishopOnADarkSquareSubtractsTheDarkStep) {
+  ASSERT_EQ(SetPositionFromFen("4k3/1P6/8/8/8/8/8/1r2K3 w - -"), 1);
+  const uint64_t signature = position.state.materialSignature;
+  make_text(WHITE, "b7b8b");
+  make_text(BLACK, "b1b8");
+  EXPECT_EQ(position.state.materialSignature, signature - MATERIAL_STEPS[PAWN_INDEX] +
+                                                  MATERIAL_STEPS[BISHOP_INDEX] -
+                                                  MATERIAL_STEPS[MATERIAL_STEP_WHITE_BISHOP_DARK]);
+  EXPECT_NE(position.state.materialSignature, MaterialSignature(&position));
+  // The capture XORs the dark term that the promotion never added.
+  EXPECT_EQ(position.state.pawnKey ^ PawnKey(&position), WHITE_BISHOP_DARK_KEY);
+}
+
+TEST_F(MakeEdgeCases, EveryPromotionPieceComesFromTheClassField) {
+  const char* pieces = "nbrq";
+  const int indexes[] = {KNIGHT_INDEX, BISHOP_INDEX, ROOK_INDEX, QUEEN_INDEX};
+  for (int side = WHITE; side <= BLACK; ++side) {
+    for (int i = 0; i < 4; ++i) {
+      ASSERT_EQ(SetPositionFromFen(side == WHITE ? "4k3/P7/8/8/8/8/8/4K3 w - -"
+                                                 : "4k3/8/8/8/8/8/p7/4K3 b - -"),
+                1);
+      std::string text = side == WHITE ? "a7a8" : "a2a1";
+      text += pieces[i];
+      SCOPED_TRACE(text);
+      const int to = side == WHITE ? 56 : 0;
+      make_text(side, text.c_str());
+      EXPECT_EQ(position.board[to], PIECE_WORDS[indexes[i] + side + 2]);
+      EXPECT_EQ(position.pieceBits[indexes[i] + side], bit(to));
+      EXPECT_EQ(position.pieceBits[PAWN_INDEX + side], 0u);
+      EXPECT_EQ(position.state.fiftyCount, 0u);
+      if (indexes[i] != BISHOP_INDEX) {
+        EXPECT_EQ(position.state.materialSignature, MaterialSignature(&position));
+        EXPECT_EQ(position.state.pawnKey, PawnKey(&position));
+      }
+    }
+  }
+}
+
+// --- Node counting ------------------------------------------------------------------
+
+TEST_F(MakeNodeCount, OnlyWhitesMakesCount) {
+  ASSERT_EQ(SetPositionFromFen(START_FEN), 1);
+  SavedState saved;
+  NodeRecord node{};
+  const int64_t start = node_countdown;
+  const Move e4 = TextToMove("e2e4", true);
+  MakeMove<WHITE>(e4, &saved, &node);
+  EXPECT_EQ(node_countdown, start - 1);
+  UnmakeMove<WHITE>(e4, &saved);
+  MakeQuiet<WHITE>(e4, &saved, &node);
+  EXPECT_EQ(node_countdown, start - 2);
+  SavedState black_saved;
+  const Move e5 = TextToMove("e7e5", true);
+  MakeMove<BLACK>(e5, &black_saved, &node);
+  EXPECT_EQ(node_countdown, start - 2);
+  UnmakeMove<BLACK>(e5, &black_saved);
+  MakeQuiet<BLACK>(e5, &black_saved, &node);
+  UnmakeQuiet<BLACK>(e5, &black_saved);
+  NullRecord record;
+  MakeNull<BLACK>(&record, &node);
+  UndoNull(&record);
+  UnmakeQuiet<WHITE>(e4, &saved);
+  MakeNull<WHITE>(&record, &node);
+  UndoNull(&record);
+  EXPECT_EQ(node_countdown, start - 2);
+}
+
+// Standard input replaced by an empty pipe whose write end stays open, so the
+// poll of the periodic check finds nothing and returns.
+class QuietInput {
+ public:
+  QuietInput() {
+    if (pipe(pipe_) != 0) return;
+    saved_ = dup(0);
+    dup2(pipe_[0], 0);
+  }
+  ~QuietInput() {
+    if (saved_ < 0) return;
+    dup2(saved_, 0);
+    for (int fd : {pipe_[0], pipe_[1], saved_}) close(fd);
+  }
+  bool ready() const { return saved_ >= 0; }
+
+ private:
+  int pipe_[2] = {-1, -1};
+  int saved_ = -1;
+};
+
+TEST_F(MakeNodeCount, WhitesFullMakeRunsThePeriodicCheckWhenTheBlockEnds) {
+  QuietInput input;
+  ASSERT_TRUE(input.ready());
+  ASSERT_EQ(SetPositionFromFen(START_FEN), 1);
+  SavedState saved;
+  NodeRecord node{};
+  const Move e4 = TextToMove("e2e4", true), e5 = TextToMove("e7e5", true);
+
+  // The quiet make counts the last node of a block but does not check.
+  node_blocks = 5;
+  node_countdown = 1;
+  MakeQuiet<WHITE>(e4, &saved, &node);
+  EXPECT_EQ(node_countdown, 0);
+  EXPECT_EQ(node_blocks, 5u);
+  UnmakeQuiet<WHITE>(e4, &saved);
+
+  // Black's make neither counts nor checks.
+  ASSERT_EQ(SetPositionFromFen("rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq -"), 1);
+  MakeMove<BLACK>(e5, &saved, &node);
+  EXPECT_EQ(node_countdown, 0);
+  EXPECT_EQ(node_blocks, 5u);
+  UnmakeMove<BLACK>(e5, &saved);
+
+  // White's full make opens the next block.
+  ASSERT_EQ(SetPositionFromFen(START_FEN), 1);
+  node_countdown = 1;
+  MakeMove<WHITE>(e4, &saved, &node);
+  EXPECT_EQ(node_blocks, 6u);
+  EXPECT_EQ(node_countdown, NODE_BLOCK);
+  EXPECT_EQ(counted_nodes(), 5u * NODE_BLOCK);
+  EXPECT_EQ(position.board[28], PIECE_WORDS[WHITE_PAWN]);
+  UnmakeMove<WHITE>(e4, &saved);
+}
+
+}  // namespace
