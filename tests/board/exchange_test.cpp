@@ -1,0 +1,922 @@
+// Static exchange and the defender questions of the check analysis.
+// Hand-traced positions pin the behaviour down; random positions compare the
+// swap against a plain recursive swap written here on a square-by-square
+// board that shares nothing with the engine's sets, and check that the White
+// and Black copies give the same answers on colour-mirrored positions.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cstdint>
+#include <cstdlib>
+#include <random>
+#include <string>
+
+#include "board/exchange.h"
+#include "board/position.h"
+
+namespace {
+
+// ---------------------------------------------------------------------------
+// A plain board: one character per square, '.' for empty, FEN letters else.
+
+using Board = std::array<char, 64>;
+
+int sq(const char* name) { return (name[1] - '1') * 8 + (name[0] - 'a'); }
+int file_of(int s) { return s & 7; }
+int rank_of(int s) { return s >> 3; }
+bool is_white_man(char c) { return std::isupper(static_cast<unsigned char>(c)); }
+char kind_of(char c) { return char(std::tolower(static_cast<unsigned char>(c))); }
+
+Board EmptyBoard() {
+  Board b;
+  b.fill('.');
+  return b;
+}
+
+Board BoardFromFen(const std::string& fen) {
+  Board b = EmptyBoard();
+  int rank = 7, file = 0;
+  for (char c : fen) {
+    if (c == ' ') break;
+    if (c == '/') {
+      --rank;
+      file = 0;
+    } else if (std::isdigit(static_cast<unsigned char>(c))) {
+      file += c - '0';
+    } else {
+      b[rank * 8 + file++] = c;
+    }
+  }
+  return b;
+}
+
+std::string FenOf(const Board& b) {
+  std::string fen;
+  for (int rank = 7; rank >= 0; --rank) {
+    int run = 0;
+    for (int file = 0; file < 8; ++file) {
+      const char c = b[rank * 8 + file];
+      if (c == '.') {
+        ++run;
+        continue;
+      }
+      if (run) fen += char('0' + run);
+      run = 0;
+      fen += c;
+    }
+    if (run) fen += char('0' + run);
+    if (rank) fen += '/';
+  }
+  return fen + " w - -";
+}
+
+// Ranks reversed and colours exchanged.
+Board Mirror(const Board& b) {
+  Board m = EmptyBoard();
+  for (int s = 0; s < 64; ++s) {
+    const char c = b[s];
+    m[s ^ 56] = c == '.' ? '.' : is_white_man(c) ? char(std::tolower(c)) : char(std::toupper(c));
+  }
+  return m;
+}
+
+Bitboard MirrorBits(Bitboard b) { return __builtin_bswap64(b); }
+
+void Load(const Board& b) { ASSERT_EQ(SetPositionFromFen(FenOf(b).c_str()), 1) << FenOf(b); }
+
+Bitboard Bits(std::initializer_list<const char*> squares) {
+  Bitboard b = 0;
+  for (const char* s : squares) b |= bit(sq(s));
+  return b;
+}
+
+// ---------------------------------------------------------------------------
+// Plain geometry and a recursive swap on the character board.
+
+bool PathClear(const Board& b, int from, int to) {
+  const int df = (file_of(to) > file_of(from)) - (file_of(to) < file_of(from));
+  const int dr = (rank_of(to) > rank_of(from)) - (rank_of(to) < rank_of(from));
+  for (int s = from + dr * 8 + df; s != to; s += dr * 8 + df)
+    if (b[s] != '.') return false;
+  return true;
+}
+
+bool Attacks(const Board& b, int from, int to) {
+  const char c = b[from];
+  const int df = file_of(to) - file_of(from), dr = rank_of(to) - rank_of(from);
+  const int adf = std::abs(df), adr = std::abs(dr);
+  switch (kind_of(c)) {
+    case 'p': return adf == 1 && dr == (is_white_man(c) ? 1 : -1);
+    case 'n': return adf * adr == 2;
+    case 'k': return std::max(adf, adr) == 1;
+    case 'b': return adf == adr && adf && PathClear(b, from, to);
+    case 'r': return (adf == 0) != (adr == 0) && PathClear(b, from, to);
+    case 'q': return ((adf == adr && adf) || ((adf == 0) != (adr == 0))) && PathClear(b, from, to);
+  }
+  return false;
+}
+
+struct SwapValues {
+  int64_t bishop[2];  // by colour, the only value that may differ
+};
+
+int64_t ManValue(char c, const SwapValues& values) {
+  switch (kind_of(c)) {
+    case 'p': return 0x20000;
+    case 'n': return 0x60000;
+    case 'b': return values.bishop[is_white_man(c) ? 0 : 1];
+    case 'r': return 0xa0000;
+    case 'q': return 0x140000;
+  }
+  return 0;
+}
+
+// The cheapest man of `colour` bearing on `to`, pawn first and queen last;
+// among equals the lowest square when Black moved to the square, and when
+// White did the lowest with the ranks counted from the top. Kings are kept
+// away from the square in the positions this is used on. -1 when none.
+int Cheapest(const Board& b, int to, int colour, Bitboard allowed, int mover) {
+  for (char kind : {'p', 'n', 'b', 'r', 'q'}) {
+    for (int i = 0; i < 64; ++i) {
+      const int s = mover == BLACK ? i : i ^ 56;
+      const char c = b[s];
+      if (c == '.' || kind_of(c) != kind || (is_white_man(c) ? 0 : 1) != colour) continue;
+      if ((allowed >> s & 1) && Attacks(b, s, to)) return s;
+    }
+  }
+  return -1;
+}
+
+// What the side to capture wins on `to` when the man there is worth
+// `onSquare`; either side may stop at any point.
+int64_t Swap(Board b, int to, int colour, int64_t onSquare, const SwapValues& values,
+             const Bitboard (&allowed)[2], int mover) {
+  const int s = Cheapest(b, to, colour, allowed[colour], mover);
+  if (s < 0) return 0;
+  const int64_t capturer = ManValue(b[s], values);
+  b[s] = '.';
+  return std::max<int64_t>(0, onSquare - Swap(b, to, colour ^ 1, capturer, values, allowed, mover));
+}
+
+// ---------------------------------------------------------------------------
+// Random positions around one square.
+
+struct Scene {
+  Board board;  // as loaded, with the mover still on its origin
+  int to;
+  int from;     // the mover's origin, cleared from the occupancy; -1 none
+  int us;
+};
+
+bool Near(int a, int b) {
+  const int df = std::abs(file_of(a) - file_of(b)), dr = std::abs(rank_of(a) - rank_of(b));
+  return df == 0 || dr == 0 || df == dr || df * dr == 2;
+}
+
+struct SceneRules {
+  bool queens;       // queens may appear
+  bool oneBishop;    // at most one bishop of each colour
+  bool kingsAway;    // no king next to the square
+  bool innerSquare;  // the square lies on ranks 2 to 7, so no recapture promotes
+};
+
+Scene RandomScene(std::mt19937_64& rng, const SceneRules& rules) {
+  auto below = [&](int n) { return int(rng() % uint64_t(n)); };
+  Scene scene;
+  scene.us = below(2);
+  scene.to = rules.innerSquare ? 8 + below(48) : below(64);
+  Board& b = scene.board;
+  b = EmptyBoard();
+  for (char king : {'K', 'k'}) {
+    for (;;) {
+      const int s = below(64);
+      if (s == scene.to || b[s] != '.') continue;
+      if (rules.kingsAway && std::max(std::abs(file_of(s) - file_of(scene.to)),
+                                      std::abs(rank_of(s) - rank_of(scene.to))) <= 1)
+        continue;
+      b[s] = king;
+      break;
+    }
+  }
+  const std::string kinds = rules.queens ? "pppnnbbrrq" : "pppnnbbrr";
+  int bishops[2] = {0, 0};
+  for (int s = 0; s < 64; ++s) {
+    if (s == scene.to || b[s] != '.') continue;
+    if (below(100) >= (Near(s, scene.to) ? 40 : 8)) continue;
+    const char kind = kinds[below(int(kinds.size()))];
+    const int colour = below(2);
+    if (kind == 'p' && (rank_of(s) == 0 || rank_of(s) == 7)) continue;
+    if (kind == 'b' && rules.oneBishop && bishops[colour]++) continue;
+    b[s] = colour == 0 ? char(std::toupper(kind)) : kind;
+  }
+  // Half the time a man of theirs stands on the square: the move is a capture.
+  if (below(2)) {
+    const char kind = kinds[below(int(kinds.size()))];
+    if (!(kind == 'p' && (rank_of(scene.to) == 0 || rank_of(scene.to) == 7)) &&
+        !(kind == 'b' && rules.oneBishop && bishops[scene.us ^ 1]))
+      b[scene.to] = scene.us == 1 ? char(std::toupper(kind)) : kind;
+  }
+  // The mover leaves one of our men's squares.
+  scene.from = -1;
+  for (int tries = 0; tries < 64 && scene.from < 0; ++tries) {
+    const int s = below(64);
+    const char c = b[s];
+    if (s != scene.to && c != '.' && kind_of(c) != 'k' && (is_white_man(c) ? 0 : 1) == scene.us) scene.from = s;
+  }
+  return scene;
+}
+
+Bitboard OccupancyOf(const Scene& scene) {
+  return scene.from < 0 ? position.occupied : position.occupied ^ bit(scene.from);
+}
+
+Board SwapBoard(const Scene& scene) {
+  Board b = scene.board;
+  if (scene.from >= 0) b[scene.from] = '.';
+  return b;
+}
+
+Scene Mirrored(const Scene& scene) {
+  return {Mirror(scene.board), scene.to ^ 56, scene.from < 0 ? -1 : scene.from ^ 56, scene.us ^ 1};
+}
+
+uint64_t RunTest(const Scene& s, Bitboard occupancy, Bitboard candidates, int64_t stake) {
+  return s.us == WHITE ? ExchangeTest<WHITE>(s.to, occupancy, candidates, stake)
+                       : ExchangeTest<BLACK>(s.to, occupancy, candidates, stake);
+}
+int64_t RunValue(const Scene& s, Bitboard occupancy, int64_t stake) {
+  return s.us == WHITE ? ExchangeValue<WHITE>(s.to, occupancy, stake) : ExchangeValue<BLACK>(s.to, occupancy, stake);
+}
+int64_t RunBound(const Scene& s, Bitboard occupancy, int64_t stake, int64_t bound) {
+  return s.us == WHITE ? ExchangeBound<WHITE>(s.to, occupancy, stake, bound)
+                       : ExchangeBound<BLACK>(s.to, occupancy, stake, bound);
+}
+
+// ---------------------------------------------------------------------------
+// Hand positions have Black as the mover and White taking; every one is
+// also run mirrored through White's copy, which must give the same answer.
+
+struct HandMove {
+  const char* fen;
+  const char* to;
+  const char* from;  // nullptr: no origin to clear
+};
+
+Scene HandScene(const HandMove& m) {
+  return {BoardFromFen(m.fen), sq(m.to), m.from ? sq(m.from) : -1, BLACK};
+}
+
+// Runs `f(scene, occupancy)` on the position and on its mirror; both must
+// give `expected`.
+template <typename F>
+void ExpectBothCopies(const HandMove& m, int64_t expected, F f) {
+  const Scene black = HandScene(m);
+  Load(black.board);
+  EXPECT_EQ(f(black, OccupancyOf(black)), expected) << "Black copy, " << m.fen;
+  const Scene white = Mirrored(black);
+  Load(white.board);
+  EXPECT_EQ(f(white, OccupancyOf(white)), expected) << "White copy, mirror of " << m.fen;
+}
+
+void ExpectTest(const HandMove& m, int64_t stake, uint64_t expected, Bitboard candidates = ~Bitboard(0)) {
+  ExpectBothCopies(m, int64_t(expected), [&](const Scene& s, Bitboard occ) {
+    const Bitboard c = s.us == BLACK ? candidates : MirrorBits(candidates);
+    return int64_t(RunTest(s, occ, c, stake));
+  });
+}
+
+void ExpectValue(const HandMove& m, int64_t stake, int64_t expected) {
+  ExpectBothCopies(m, expected, [&](const Scene& s, Bitboard occ) { return RunValue(s, occ, stake); });
+}
+
+void ExpectBound(const HandMove& m, int64_t stake, int64_t bound, int64_t expected) {
+  ExpectBothCopies(m, expected, [&](const Scene& s, Bitboard occ) { return RunBound(s, occ, stake, bound); });
+}
+
+// Positions used by several tests.
+const HandMove KNIGHT_INTO_PAWN = {"6nk/8/8/4P3/8/8/8/K7 b - -", "f6", "g8"};
+const HandMove PAWN_TRADE = {"7k/3p4/2p5/8/4P3/8/8/K7 b - -", "d5", "d7"};
+const HandMove KNIGHT_TAKES_ROOK = {"7k/8/2n5/8/3R4/2P1P3/8/K2Q4 b - -", "d4", "c6"};
+const HandMove BISHOPS_BOTH_SIDES = {"k7/5nB1/3p4/8/8/2B5/8/7K b - -", "e5", "f7"};
+const HandMove BISHOP_BATTERY = {"k7/5n2/3p4/8/8/2B5/1B6/7K b - -", "e5", "f7"};
+const HandMove ROOK_BATTERY = {"3r3k/8/8/r7/8/8/3R4/3R3K b - -", "d5", "a5"};
+const HandMove SINGLE_ROOK = {"3r3k/8/8/r7/8/8/3R4/7K b - -", "d5", "a5"};
+const HandMove QUEEN_BEHIND_BISHOP = {"k7/5n2/3p4/8/8/2B5/1Q6/7K b - -", "e5", "f7"};
+const HandMove PROMOTING_RECAPTURE = {"k6K/8/8/8/3r4/2N5/4p3/8 b - -", "d1", "d4"};
+const HandMove ONE_RANK_UP = {"k6K/8/8/8/3r4/1N2p3/8/8 b - -", "d2", "d4"};
+// A knight of ours stands on d5 already; only the queen on d1 sees it, the
+// pawn on e6 defends it.
+const HandMove QUEEN_AGAINST_DEFENDED = {"7k/8/4p3/3n4/8/8/8/3Q3K b - -", "d5", nullptr};
+
+// ---------------------------------------------------------------------------
+// ExchangeTest
+
+TEST(ExchangeTest, CaptureThatGainsIsSafeWhateverStandsAround) {
+  // Nxd4 against a rook covered by two pawns and the queen: stake below 1.
+  ExpectTest(KNIGHT_TAKES_ROOK, 0x60000 - 0xa0000, 1);
+  ExpectTest(KNIGHT_TAKES_ROOK, 0, 1);
+  // The same capture with something at risk is lost to the pawn.
+  ExpectTest(KNIGHT_TAKES_ROOK, 1, 0);
+}
+
+TEST(ExchangeTest, KnightOntoAPawnAttackedSquareFails) {
+  ExpectTest(KNIGHT_INTO_PAWN, 0x60000, 0);
+}
+
+TEST(ExchangeTest, PawnTradeOnADefendedSquarePassesWithThePawnFlag) {
+  // 0x20000 - 0x20000 is not above 0; our pawn takes back for 0x20000, not
+  // below 1; they have nothing more.
+  ExpectTest(PAWN_TRADE, 0x20000, 1 | 32);
+}
+
+TEST(ExchangeTest, NothingToTakeWithPasses) {
+  ExpectTest({"6nk/8/8/8/8/8/8/K7 b - -", "f6", "g8"}, 0x60000, 1);
+}
+
+TEST(ExchangeTest, TwoBishopsOnOneDiagonalAreOneStep) {
+  // Bishops on c3 and g7 both see e5: they go together for 0x70000, our
+  // pawn takes back, and there is no second bishop left to take the pawn.
+  ExpectTest(BISHOPS_BOTH_SIDES, 0x60000, 1 | 16);
+  // Bishops behind one another are two steps: b2 is seen only once c3 has
+  // gone, and it wins the pawn that took back.
+  ExpectTest(BISHOP_BATTERY, 0x60000, 0);
+}
+
+TEST(ExchangeTest, RookBehindRookIsFound) {
+  // Rxd5, Rxd5, Rxd5: the rook on d1 comes through once d2 has taken.
+  ExpectTest(ROOK_BATTERY, 0xa0000, 0);
+  ExpectTest(SINGLE_ROOK, 0xa0000, 1 | 8);
+  // Our own battery answers theirs: d7 and d8 against d2 and d1.
+  ExpectTest({"3r3k/3r4/8/r7/8/8/3R4/3R3K b - -", "d5", "a5"}, 0xa0000, 1 | 8);
+}
+
+TEST(ExchangeTest, QueenBehindBishopIsFound) {
+  // Bxe5, dxe5, Qxe5: the queen on b2 wins the pawn.
+  ExpectTest(QUEEN_BEHIND_BISHOP, 0x60000, 0);
+  // With a knight on g4 to take the queen, it fails for them, and the flags
+  // name bishop and queen.
+  ExpectTest({"k7/5n2/3p4/8/6n1/2B5/1Q6/7K b - -", "e5", "f7"}, 0x60000, 1 | 16 | 4);
+}
+
+TEST(ExchangeTest, RecaptureThatPromotesCountsTheQueen) {
+  // Rd1, Nxd1, exd1=Q: the knight would be ahead by 0x40000 against a plain
+  // pawn, but the promotion takes 0x120000 off the stake first.
+  ExpectTest(PROMOTING_RECAPTURE, 0xa0000, 1 | 16);
+  // One rank up the pawn does not promote and the rook is lost.
+  ExpectTest(ONE_RANK_UP, 0xa0000, 0);
+}
+
+TEST(ExchangeTest, QueenTakingAMinorWithOurRookBehindRisksARook) {
+  // Qxd5 took a minor: stake 0xc0000. Their rook takes the queen and our
+  // rook on d8 takes back. With the rook behind, the stake counts as a rook's.
+  const HandMove withRook = {"3r3k/8/8/q7/8/8/8/3R3K b - -", "d5", "a5"};
+  ExpectTest(withRook, 0xc0000, 1 | 8);
+  // The same stake with a knight behind instead: 0xc0000 - 0xa0000 is ahead.
+  ExpectTest({"7k/8/5n2/q7/8/8/8/3R3K b - -", "d5", "a5"}, 0xc0000, 0);
+  // Any other stake is taken as it is.
+  ExpectTest(withRook, 0xc0000 + 0x10000, 0);
+}
+
+TEST(ExchangeTest, OnlyCandidatesStartTheCapture) {
+  // The pawn on e5 is not allowed to take: nothing else sees f6.
+  ExpectTest(KNIGHT_INTO_PAWN, 0x60000, 1, ~Bits({"e5"}));
+  // A knight may start but the pawn stays out for the whole swap: Nxf6 is
+  // 0 (not above 0), gxf6 answers, and the pawn may not take again.
+  const HandMove m = {"6nk/6p1/8/4P3/4N3/8/8/K7 b - -", "f6", "g8"};
+  ExpectTest(m, 0x60000, 1 | 16, ~Bits({"e5"}));
+  ExpectTest(m, 0x60000, 0);
+}
+
+TEST(ExchangeTest, TheirKingTakesOnlyWhatIsLoose) {
+  const HandMove loose = {"k7/8/8/6n1/8/3K4/8/8 b - -", "e4", "g5"};
+  ExpectTest(loose, 0x60000, 0);
+  // Defended by the pawn on f5: the king's capture costs 0x3a0000.
+  ExpectTest({"k7/8/8/5pn1/8/3K4/8/8 b - -", "e4", "g5"}, 0x60000, 1 | 2);
+  // The king may not start the capture unless it is a candidate.
+  ExpectTest(loose, 0x60000, 1, 0);
+  ExpectTest(loose, 0x60000, 0, Bits({"d3"}));
+}
+
+TEST(ExchangeTest, TheKingJoinsTheCandidatesAfterTheFirstCapture) {
+  // Only the rook on d1 may start. Rxd5 is even, exd5 puts us 0x20000 up
+  // for them to win back, and the king on c4, never a candidate at the
+  // start, takes the pawn.
+  const HandMove m = {"7k/8/4p3/r7/2K5/8/8/3R4 b - -", "d5", "a5"};
+  ExpectTest(m, 0xa0000, 0, Bits({"d1"}));
+  // Without the king nearby the pawn stays.
+  ExpectTest({"7k/8/4p3/r7/8/8/8/3R3K b - -", "d5", "a5"}, 0xa0000, 1 | 8, Bits({"d1"}));
+  // With no candidate at all nothing starts.
+  ExpectTest(m, 0xa0000, 1, 0);
+}
+
+TEST(ExchangeTest, OurKingTakesBackOnlyWhenNothingOfTheirsIsLeft) {
+  // Nd5, Rxd5, Kxd5 with no second rook: passes.
+  ExpectTest({"8/8/4kn2/8/8/8/8/3R3K b - -", "d5", "f6"}, 0x60000, 1 | 8);
+  // A second rook on d2 makes the king's capture count 0x3e0000 for them.
+  ExpectTest({"8/8/4kn2/8/8/8/3R4/3R3K b - -", "d5", "f6"}, 0x60000, 0);
+  // Their king takes and ours is next to the square: far below -0x1e0000,
+  // the swap ends in our favour.
+  ExpectTest({"8/8/8/6n1/5k2/3K4/8/8 b - -", "e4", "g5"}, 0x60000, 1 | 2);
+  // Re5, Rxe5, Kxe5 with their king on d5 as well: ours may not take back
+  // next to theirs, so their king's 0x3a0000 against our 0x3e0000 decides.
+  ExpectTest({"4r3/8/8/3K1k2/8/8/8/4R3 b - -", "e5", "e8"}, 0xa0000, 0);
+  ExpectTest({"4r3/8/8/3K1k2/8/8/8/4R3 b - -", "e5", "e8"}, 0x70000, 0);
+  ExpectTest({"4r3/8/8/5k2/8/8/8/4R2K b - -", "e5", "e8"}, 0xa0000, 1 | 8);
+}
+
+TEST(ExchangeTest, TheirBishopCountsMoreThanOurs) {
+  // Their bishop is 0x70000: for a stake of 0x70000 Bxe5 is not ahead, the
+  // pawn takes back, and the move passes...
+  ExpectTest({"k7/5n2/3p4/8/8/2B5/8/7K b - -", "e5", "f7"}, 0x70000, 1 | 16);
+  // ...where their knight, 0x60000, is ahead at once.
+  ExpectTest({"k7/5n2/3p4/8/2N5/8/8/7K b - -", "e5", "f7"}, 0x70000, 0);
+  // Our bishop is 0x60000: Rxd5 leaves -0x60000, Bxd5 brings it to 0, not
+  // above 0, and the second rook never comes in. At 0x70000 it would have.
+  ExpectTest({"k7/1b1p4/8/8/8/8/3R4/3R3K b - -", "d5", "d7"}, 0x40000, 1 | 8);
+  // Our knight in the bishop's place behaves the same.
+  ExpectTest({"k7/3p4/5n2/8/8/8/3R4/3R3K b - -", "d5", "d7"}, 0x40000, 1 | 8);
+}
+
+// ---------------------------------------------------------------------------
+// ExchangeValue
+
+TEST(ExchangeValue, HandPositions) {
+  ExpectValue(KNIGHT_INTO_PAWN, 0x60000, 0x60000);
+  // Defended by e7: they win 0x60000 - 0x20000.
+  ExpectValue({"6nk/4p3/8/4P3/8/8/8/K7 b - -", "f6", "g8"}, 0x60000, 0x40000);
+  ExpectValue(PAWN_TRADE, 0x20000, 0);
+  ExpectValue(ROOK_BATTERY, 0xa0000, 0xa0000);
+  ExpectValue(SINGLE_ROOK, 0xa0000, 0);
+  ExpectValue(QUEEN_BEHIND_BISHOP, 0x60000, 0x20000);
+  // Both bishops 0x60000 here: Bxe5 dxe5 leaves them even.
+  ExpectValue(BISHOPS_BOTH_SIDES, 0x60000, 0);
+  ExpectValue({"k7/5n2/3p4/8/8/2B5/8/7K b - -", "e5", "f7"}, 0x70000, 0x10000);
+}
+
+TEST(ExchangeValue, NothingAtRiskIsWorthNothing) {
+  ExpectValue(KNIGHT_TAKES_ROOK, 0x60000 - 0xa0000, 0);
+  ExpectValue(KNIGHT_TAKES_ROOK, 0, 0);
+}
+
+TEST(ExchangeValue, KingsTakeOnlyWhatIsLoose) {
+  ExpectValue({"k7/8/8/6n1/8/3K4/8/8 b - -", "e4", "g5"}, 0x60000, 0x60000);
+  ExpectValue({"k7/8/8/5pn1/8/3K4/8/8 b - -", "e4", "g5"}, 0x60000, 0);
+  ExpectValue({"8/8/4kn2/8/8/8/8/3R3K b - -", "d5", "f6"}, 0x60000, 0);
+  ExpectValue({"8/8/4kn2/8/8/8/3R4/3R3K b - -", "d5", "f6"}, 0x60000, 0x60000);
+}
+
+TEST(ExchangeValue, QueenCaptureDecidesAtOnce) {
+  // A queen that comes out ahead takes the whole stake, even though our
+  // pawn would take it back: 0x180000 - 0x140000 is above 0.
+  ExpectValue(QUEEN_AGAINST_DEFENDED, 0x180000, 0x180000);
+  // When it does not come out ahead the swap goes on as usual.
+  ExpectValue(QUEEN_AGAINST_DEFENDED, 0x60000, 0);
+}
+
+// ---------------------------------------------------------------------------
+// ExchangeBound
+
+TEST(ExchangeBound, ZeroWhenTheirWinStaysWithinTheBound) {
+  ExpectBound(PAWN_TRADE, 0x20000, 0, 0);
+  ExpectBound(PAWN_TRADE, 0x20000, 0x10000, 0);
+  ExpectBound(SINGLE_ROOK, 0xa0000, 0, 0);
+  ExpectBound({"6nk/4p3/8/4P3/8/8/8/K7 b - -", "f6", "g8"}, 0x60000, 0x40000, 0);
+}
+
+TEST(ExchangeBound, BeyondTheBoundGivesTheirWinWithTheMargin) {
+  // Pawn takes the knight, 0x40000 ahead: the smaller of that and the cap.
+  ExpectBound(KNIGHT_INTO_PAWN, 0x60000, 0, 0x40000);
+  ExpectBound({"6nk/4p3/8/4P3/8/8/8/K7 b - -", "f6", "g8"}, 0x60000, 0x20000, 0x40000);
+  // Ahead by less than the bound, but nothing takes back: cap and margin.
+  ExpectBound(KNIGHT_INTO_PAWN, 0x60000, 0x40000, 0x60000 + 0x120000 + 0x40000);
+  // A queen that takes beyond the bound gives the cap and margin at once.
+  ExpectBound(QUEEN_AGAINST_DEFENDED, 0x180000, 0, 0x180000 + 0x160000);
+  // Rxd5 Rxd5 Rxd5: nothing of ours takes the last rook; cap is then the
+  // 0xa0000 of our recapture.
+  ExpectBound(ROOK_BATTERY, 0xa0000, 0x20000, 0xa0000 + 0x40000);
+  // After our recapture a bound above one pawn is trusted only up to one
+  // pawn: the swap goes on and the last rook is found.
+  ExpectBound(ROOK_BATTERY, 0xa0000, 0xa0000, 0xa0000 + 0x40000);
+}
+
+TEST(ExchangeBound, RecaptureThatPromotesCountsTheQueen) {
+  ExpectBound(PROMOTING_RECAPTURE, 0xa0000, 0, 0);
+  ExpectBound(ONE_RANK_UP, 0xa0000, 0, 0x40000);
+}
+
+// ---------------------------------------------------------------------------
+// Random positions against the plain swap.
+
+constexpr int64_t STAKES[] = {0x10000, 0x20000, 0x40000, 0x60000, 0x70000, 0x80000, 0xa0000, 0x120000, 0x140000};
+
+TEST(ExchangeRandom, ValueMatchesThePlainSwap) {
+  std::mt19937_64 rng(0x5ee1);
+  const SceneRules rules{false, true, true, true};
+  const SwapValues values{{0x60000, 0x60000}};
+  int between = 0, total = 0;
+  for (int n = 0; n < 1500; ++n) {
+    const Scene s = RandomScene(rng, rules);
+    Load(s.board);
+    const Bitboard occ = OccupancyOf(s);
+    const Bitboard all[2] = {~Bitboard(0), ~Bitboard(0)};
+    for (int64_t stake : STAKES) {
+      const int64_t expected = Swap(SwapBoard(s), s.to, s.us ^ 1, stake, values, all, s.us);
+      ASSERT_EQ(RunValue(s, occ, stake), expected) << FenOf(s.board) << " to " << s.to << " from " << s.from
+                                                   << " us " << s.us << " stake " << stake;
+      between += expected > 0 && expected < stake;
+      ++total;
+    }
+  }
+  EXPECT_GT(between, total / 20);  // the positions hold real exchanges
+}
+
+TEST(ExchangeRandom, TestPassesExactlyWhenThePlainSwapGivesThemNothing) {
+  std::mt19937_64 rng(0x7e57);
+  const SceneRules rules{true, true, true, true};
+  int fails = 0, deepPasses = 0, total = 0;
+  for (int n = 0; n < 1500; ++n) {
+    const Scene s = RandomScene(rng, rules);
+    Load(s.board);
+    const Bitboard occ = OccupancyOf(s);
+    // Their bishop counts 0x70000 in the test, ours 0x60000.
+    SwapValues values{};
+    values.bishop[s.us] = 0x60000;
+    values.bishop[s.us ^ 1] = 0x70000;
+    for (int64_t stake : STAKES) {
+      const Bitboard candidates = (n & 1) ? ~Bitboard(0) : rng();
+      Bitboard allowed[2];
+      allowed[s.us] = ~Bitboard(0);
+      allowed[s.us ^ 1] = candidates;
+      const int64_t theirs = Swap(SwapBoard(s), s.to, s.us ^ 1, stake, values, allowed, s.us);
+      const uint64_t flags = RunTest(s, occ, candidates, stake);
+      ASSERT_EQ(flags == 0, theirs > 0) << FenOf(s.board) << " to " << s.to << " from " << s.from << " us "
+                                        << s.us << " stake " << stake << " candidates " << candidates;
+      if (flags) {
+        ASSERT_EQ(flags & 1, 1u);
+      }
+      fails += flags == 0;
+      deepPasses += flags > 1;
+      ++total;
+    }
+  }
+  EXPECT_GT(fails, total / 10);
+  EXPECT_GT(deepPasses, total / 10);
+}
+
+TEST(ExchangeRandom, BoundIsZeroExactlyWhenThePlainSwapStaysWithin) {
+  std::mt19937_64 rng(0xb0d);
+  const SceneRules rules{false, true, true, true};
+  const SwapValues values{{0x60000, 0x60000}};
+  int within = 0, beyond = 0;
+  for (int n = 0; n < 1500; ++n) {
+    const Scene s = RandomScene(rng, rules);
+    Load(s.board);
+    const Bitboard occ = OccupancyOf(s);
+    const Bitboard all[2] = {~Bitboard(0), ~Bitboard(0)};
+    for (int64_t stake : STAKES) {
+      const int64_t theirs = Swap(SwapBoard(s), s.to, s.us ^ 1, stake, values, all, s.us);
+      for (int64_t bound : {int64_t(0), int64_t(0x10000), int64_t(0x20000)}) {
+        if (stake <= bound) continue;
+        const int64_t result = RunBound(s, occ, stake, bound);
+        ASSERT_EQ(result == 0, theirs <= bound) << FenOf(s.board) << " to " << s.to << " from " << s.from
+                                                << " us " << s.us << " stake " << stake << " bound " << bound;
+        if (result) {
+          ASSERT_GT(result, bound);
+        }
+        within += result == 0;
+        beyond += result != 0;
+      }
+    }
+  }
+  EXPECT_GT(within, 1000);
+  EXPECT_GT(beyond, 1000);
+}
+
+TEST(ExchangeRandom, ValueStaysBetweenZeroAndTheStake) {
+  std::mt19937_64 rng(0xa11);
+  const SceneRules rules{true, false, false, false};
+  for (int n = 0; n < 1500; ++n) {
+    const Scene s = RandomScene(rng, rules);
+    Load(s.board);
+    const Bitboard occ = OccupancyOf(s);
+    for (int64_t stake : STAKES) {
+      const int64_t v = RunValue(s, occ, stake);
+      ASSERT_GE(v, 0) << FenOf(s.board) << " to " << s.to << " stake " << stake;
+      ASSERT_LE(v, stake) << FenOf(s.board) << " to " << s.to << " stake " << stake;
+    }
+  }
+}
+
+TEST(ExchangeRandom, ColourCopiesAgreeOnMirroredPositions) {
+  std::mt19937_64 rng(0x3177);
+  const SceneRules rules{true, false, false, false};
+  constexpr int64_t stakes[] = {-0x40000, 0, 0x20000, 0x60000, 0x70000, 0xa0000, 0xc0000, 0x120000, 0x220000};
+  for (int n = 0; n < 800; ++n) {
+    const Scene s = RandomScene(rng, rules);
+    const Scene m = Mirrored(s);
+    const Bitboard candidates = (n & 1) ? ~Bitboard(0) : rng();
+    uint64_t tests[9];
+    int64_t values[9], bounds[9];
+    Load(s.board);
+    for (int i = 0; i < 9; ++i) {
+      tests[i] = RunTest(s, OccupancyOf(s), candidates, stakes[i]);
+      values[i] = RunValue(s, OccupancyOf(s), stakes[i]);
+      bounds[i] = RunBound(s, OccupancyOf(s), stakes[i], int64_t(i & 3) << 15);
+    }
+    Load(m.board);
+    for (int i = 0; i < 9; ++i) {
+      const std::string where = FenOf(s.board) + " to " + std::to_string(s.to) + " from " +
+                                std::to_string(s.from) + " stake " + std::to_string(stakes[i]) +
+                                " candidates " + std::to_string(candidates);
+      ASSERT_EQ(RunTest(m, OccupancyOf(m), MirrorBits(candidates), stakes[i]), tests[i]) << where;
+      ASSERT_EQ(RunValue(m, OccupancyOf(m), stakes[i]), values[i]) << where;
+      ASSERT_EQ(RunBound(m, OccupancyOf(m), stakes[i], int64_t(i & 3) << 15), bounds[i]) << where;
+    }
+  }
+}
+
+// ---------------------------------------------------------------------------
+// SquareGuarded: Black's copy asks whether White covers the square.
+
+bool GuardedBlack(const char* fen, const char* square, Bitboard free) {
+  EXPECT_EQ(SetPositionFromFen(fen), 1);
+  return SquareGuarded<BLACK>(position.occupied, sq(square), free);
+}
+
+bool GuardedWhite(const char* fen, const char* square, Bitboard free) {
+  const std::string mirrored = FenOf(Mirror(BoardFromFen(fen)));
+  EXPECT_EQ(SetPositionFromFen(mirrored.c_str()), 1);
+  return SquareGuarded<WHITE>(position.occupied, sq(square) ^ 56, MirrorBits(free));
+}
+
+void ExpectGuarded(const char* fen, const char* square, Bitboard free, bool expected) {
+  EXPECT_EQ(GuardedBlack(fen, square, free), expected) << fen << " " << square;
+  EXPECT_EQ(GuardedWhite(fen, square, free), expected) << "mirror of " << fen << " " << square;
+}
+
+constexpr Bitboard ALL = ~Bitboard(0);
+
+TEST(SquareGuarded, FreeMenCover) {
+  ExpectGuarded("k7/8/8/8/8/8/3P4/4K3 b - -", "e3", ALL, true);
+  ExpectGuarded("k7/8/8/8/8/2N5/8/4K3 b - -", "d5", ALL, true);
+  ExpectGuarded("k7/8/8/8/8/8/8/R3K3 b - -", "a8", ALL, true);
+  ExpectGuarded("k7/8/8/8/8/8/8/Q3K3 b - -", "e5", ALL, true);
+  ExpectGuarded("k7/8/8/8/8/8/8/Q3K3 b - -", "e6", ALL, false);
+}
+
+TEST(SquareGuarded, TheKingDoesNotCount) {
+  ExpectGuarded("k7/8/8/8/8/8/8/4K3 b - -", "d2", ALL, false);
+}
+
+TEST(SquareGuarded, BlockedLinesDoNotCover) {
+  ExpectGuarded("k7/8/8/8/P7/8/8/R3K3 b - -", "a8", ALL, false);
+  // The same with the pawn lifted from the occupancy.
+  ASSERT_EQ(SetPositionFromFen("k7/8/8/8/P7/8/8/R3K3 b - -"), 1);
+  EXPECT_TRUE(SquareGuarded<BLACK>(position.occupied ^ bit(sq("a4")), sq("a8"), ALL));
+  EXPECT_FALSE(SquareGuarded<BLACK>(position.occupied, sq("a8"), ALL));
+}
+
+TEST(SquareGuarded, PinnedPiecesCoverOnlyAlongThePin) {
+  // Bishop on b4, pinned on the king's diagonal e1-a5.
+  ExpectGuarded("k7/8/8/8/1B6/8/8/4K3 b - -", "c3", 0, true);
+  ExpectGuarded("k7/8/8/8/1B6/8/8/4K3 b - -", "a5", 0, true);
+  ExpectGuarded("k7/8/8/8/1B6/8/8/4K3 b - -", "c5", 0, false);
+  ExpectGuarded("k7/8/8/8/1B6/8/8/4K3 b - -", "c5", Bits({"b4"}), true);
+  // Rook on e4, pinned on the king's file.
+  ExpectGuarded("k7/8/8/8/4R3/8/8/4K3 b - -", "e6", 0, true);
+  ExpectGuarded("k7/8/8/8/4R3/8/8/4K3 b - -", "a4", 0, false);
+  // Queen on e3, pinned on the file: along it yes, off it no.
+  ExpectGuarded("k7/8/8/8/8/4Q3/8/4K3 b - -", "e5", 0, true);
+  ExpectGuarded("k7/8/8/8/8/4Q3/8/4K3 b - -", "f4", 0, false);
+  // Queen on c1 pinned on the rank does not reach e3 on the file diagonally.
+  ExpectGuarded("k7/8/8/8/8/8/8/2Q1K3 b - -", "e3", 0, false);
+  // A pinned knight never covers.
+  ExpectGuarded("k7/8/8/8/8/4N3/8/4K3 b - -", "d5", 0, false);
+  ExpectGuarded("k7/8/8/8/8/4N3/8/4K3 b - -", "d5", Bits({"e3"}), true);
+}
+
+TEST(SquareGuarded, PinnedPawnsCoverFromTheKingsDiagonalsAwayFromTheKing) {
+  // c3 lies on e1's diagonal, not next to the king.
+  ExpectGuarded("k7/8/8/8/8/2P5/8/4K3 b - -", "b4", 0, true);
+  ExpectGuarded("k7/8/8/8/8/2P5/8/4K3 b - -", "d4", 0, true);
+  // d2 is on the diagonal but next to the king.
+  ExpectGuarded("k7/8/8/8/8/8/3P4/4K3 b - -", "c3", 0, false);
+  ExpectGuarded("k7/8/8/8/8/8/3P4/4K3 b - -", "c3", Bits({"d2"}), true);
+  // e2 is on the king's file.
+  ExpectGuarded("k7/8/8/8/8/8/4P3/4K3 b - -", "d3", 0, false);
+}
+
+// Plain statement of the covering rules on the character board.
+bool GuardedReference(const Board& b, int square, Bitboard free, int them) {
+  int king = -1;
+  for (int s = 0; s < 64; ++s)
+    if (b[s] == (them == WHITE ? 'K' : 'k')) king = s;
+  auto onDiagonal = [&](int s) {
+    const int df = std::abs(file_of(s) - file_of(king)), dr = std::abs(rank_of(s) - rank_of(king));
+    return df == dr && df;
+  };
+  auto onLine = [&](int s) { return s != king && (file_of(s) == file_of(king) || rank_of(s) == rank_of(king)); };
+  for (int s = 0; s < 64; ++s) {
+    const char c = b[s];
+    if (c == '.' || (is_white_man(c) ? 0 : 1) != them || kind_of(c) == 'k' || !Attacks(b, s, square)) continue;
+    const bool isFree = free >> s & 1;
+    const bool diagonalStep = std::abs(file_of(s) - file_of(square)) == std::abs(rank_of(s) - rank_of(square));
+    bool covers = isFree;
+    switch (kind_of(c)) {
+      case 'p':
+        covers |= onDiagonal(s) && std::max(std::abs(file_of(s) - file_of(king)), std::abs(rank_of(s) - rank_of(king))) > 1;
+        break;
+      case 'b': covers |= onDiagonal(s) && onDiagonal(square); break;
+      case 'r': covers |= onLine(s) && onLine(square); break;
+      case 'q':
+        covers |= diagonalStep ? onDiagonal(s) && onDiagonal(square) : onLine(s) && onLine(square);
+        break;
+    }
+    if (covers) return true;
+  }
+  return false;
+}
+
+TEST(SquareGuarded, RandomPositionsFollowTheRulesAndMirror) {
+  std::mt19937_64 rng(0x6a4d);
+  const SceneRules rules{true, false, false, false};
+  int covered = 0;
+  for (int n = 0; n < 1500; ++n) {
+    const Scene s = RandomScene(rng, rules);
+    const Scene m = Mirrored(s);
+    const int square = int(rng() % 64);
+    const Bitboard free = (n % 3 == 0) ? ALL : (n % 3 == 1) ? 0 : rng();
+    Load(s.board);
+    const bool black = SquareGuarded<BLACK>(position.occupied, square, free);
+    const bool white = SquareGuarded<WHITE>(position.occupied, square, free);
+    ASSERT_EQ(black, GuardedReference(s.board, square, free, WHITE)) << FenOf(s.board) << " " << square;
+    ASSERT_EQ(white, GuardedReference(s.board, square, free, BLACK)) << FenOf(s.board) << " " << square;
+    Load(m.board);
+    ASSERT_EQ(SquareGuarded<WHITE>(position.occupied, square ^ 56, MirrorBits(free)), black) << FenOf(s.board);
+    ASSERT_EQ(SquareGuarded<BLACK>(position.occupied, square ^ 56, MirrorBits(free)), white) << FenOf(s.board);
+    covered += black;
+  }
+  EXPECT_GT(covered, 200);
+  EXPECT_LT(covered, 1300);
+}
+
+// ---------------------------------------------------------------------------
+// BlockScan: Black checks the white king.
+
+struct BlockInputs {
+  const char* fen;
+  const char* square;
+  Bitboard guarded = 0, movers = ALL, marked = 0, weakTargets = 0, loose = 0, defended = 0, exposed = 0;
+  const char* vacated = nullptr;  // the checker's origin, cleared from the occupancy
+};
+
+Bitboard OccupancyAfter(const BlockInputs& in, bool mirrored) {
+  if (!in.vacated) return position.occupied;
+  return position.occupied ^ bit(mirrored ? sq(in.vacated) ^ 56 : sq(in.vacated));
+}
+
+uint64_t BlockBlack(const BlockInputs& in) {
+  EXPECT_EQ(SetPositionFromFen(in.fen), 1);
+  return BlockScan<BLACK>(sq(in.square), int(position.kingSquare[WHITE]), in.guarded, in.movers, in.marked,
+                          OccupancyAfter(in, false), in.weakTargets, in.loose, in.defended, in.exposed);
+}
+
+uint64_t BlockWhite(const BlockInputs& in) {
+  const std::string mirrored = FenOf(Mirror(BoardFromFen(in.fen)));
+  EXPECT_EQ(SetPositionFromFen(mirrored.c_str()), 1);
+  auto f = MirrorBits;
+  return BlockScan<WHITE>(sq(in.square) ^ 56, int(position.kingSquare[BLACK]), f(in.guarded), f(in.movers),
+                          f(in.marked), OccupancyAfter(in, true), f(in.weakTargets), f(in.loose), f(in.defended),
+                          f(in.exposed));
+}
+
+void ExpectBlock(const BlockInputs& in, uint64_t expected) {
+  EXPECT_EQ(BlockBlack(in), expected) << in.fen;
+  EXPECT_EQ(BlockWhite(in), expected) << "mirror of " << in.fen;
+}
+
+TEST(BlockScan, CheckFromNextToTheKingCannotBeBlocked) {
+  // The queen on e2 could be taken by the knight; still 0.
+  ExpectBlock({"k7/8/8/8/8/2N5/4q3/4K3 b - -", "e2"}, 0);
+  ExpectBlock({"k7/8/8/8/8/2N5/4q3/4K3 b - -", "e2", ALL, ALL, ALL, ALL, ALL, ALL, ALL}, 0);
+}
+
+TEST(BlockScan, NobodyToBlockGivesZero) {
+  ExpectBlock({"k7/8/6b1/8/8/3K4/8/8 b - -", "g6"}, 0);
+  ExpectBlock({"k7/8/6b1/8/8/3K4/4P3/8 b - -", "g6", 0, 0}, 0);
+}
+
+TEST(BlockScan, PawnOntoAFreeSquareBesideTheKingSurelyBlocks) {
+  // Bishop g6 checks the king on d3; e2-e4 lands next to the king on a
+  // square nothing else of ours covers.
+  ExpectBlock({"k7/8/6b1/8/8/3K4/4P3/8 b - -", "g6"}, 256);
+  // Covered by us, the push is just recorded; a marked pusher gives flag 1.
+  ExpectBlock({"k7/8/6b1/8/8/3K4/4P3/8 b - -", "g6", Bits({"e4", "f5"})}, 0);
+  ExpectBlock({"k7/8/6b1/8/8/3K4/4P3/8 b - -", "g6", Bits({"e4", "f5"}), ALL, Bits({"e2"})}, 1);
+  // A pawn that cannot push twice past a man in the way is no pusher.
+  ExpectBlock({"k7/8/6b1/8/8/3KN3/4P3/8 b - -", "g6", 0, Bits({"e2"})}, 0);
+}
+
+TEST(BlockScan, ABlockDefendedByAPawnIsGood) {
+  // Rook e8 checks the king on e1. Ne3 blocks on a square we cover, and the
+  // pawn on d2 takes back there.
+  BlockInputs in{"k3r3/8/8/8/8/8/2NP4/4K3 b - -", "e8"};
+  in.guarded = Bits({"e2", "e3", "e4", "e5", "e6", "e7"});
+  in.exposed = ALL;
+  ExpectBlock(in, 64);
+  // With no exposed squares the pawn reaches a square another man reached.
+  in.exposed = 0;
+  ExpectBlock(in, 64 | 128);
+  // A knight that is itself a weak target makes the backed-up block a poor one.
+  in.exposed = ALL;
+  in.weakTargets = Bits({"c2"});
+  ExpectBlock(in, 1);
+  in.weakTargets = 0;
+  // The knight alone blocks only to lose the knight.
+  in.fen = "k3r3/8/8/8/8/8/2N5/4K3 b - -";
+  in.exposed = ALL;
+  ExpectBlock(in, 0);
+}
+
+TEST(BlockScan, TwoMenOnAnUncoveredSquareSurelyBlock) {
+  // Bishop h8 checks the king on a1. c2-c3 and Ne2-c3 meet on a square we
+  // do not cover.
+  BlockInputs in{"k6b/8/8/8/8/8/2P1N3/K7 b - -", "h8"};
+  ExpectBlock(in, 256);
+  // Once we cover the whole line, the knight's square is taken off the
+  // block set and only backs the push up.
+  in.guarded = Bits({"b2", "c3", "d4", "e5", "f6", "g7"});
+  ExpectBlock(in, 64 | 128);
+  in.defended = ALL;
+  ExpectBlock(in, 64);
+}
+
+TEST(BlockScan, SecondManOnACoveredSquareBesideTheKing) {
+  // Knights on d1 and d3 both reach b2, next to the king and covered by us.
+  BlockInputs in{"k6b/8/8/8/8/3N4/8/K2N4 b - -", "h8"};
+  in.guarded = Bits({"b2", "c3", "d4", "e5", "f6", "g7"});
+  in.exposed = ALL;
+  ExpectBlock(in, 16 | 4 | 1);
+  // With every square loose the first knight adds nothing weak.
+  in.loose = ALL;
+  ExpectBlock(in, 16 | 2 | 1);
+  // A marked knight adds flag 1 and nothing else.
+  in.marked = Bits({"d1"});
+  ExpectBlock(in, 16 | 2 | 1);
+}
+
+TEST(BlockScan, PawnTakingBackOnAnUncoveredBlockSquare) {
+  // Bishop h8 checks a1; d2-d4 is a push onto the line, the knight on d1
+  // reaches b2 and c3, and the pawn on d2 covers c3, which we do not guard.
+  BlockInputs in{"k6b/8/8/8/8/8/3P4/K2N4 b - -", "h8"};
+  in.guarded = Bits({"b2", "d4", "e5", "f6", "g7"});
+  in.weakTargets = Bits({"d1"});
+  in.defended = ALL;
+  in.exposed = ALL;
+  ExpectBlock(in, 8 | 1);
+}
+
+TEST(BlockScan, TheManTakenOnTheCheckSquareIsGone) {
+  // Ra4xe4+ against the king on e1: the white rook still stands on e4 in the
+  // board, but it has been taken and cannot come back to e3 or e2.
+  BlockInputs in{"k7/8/8/8/r3R3/8/2N5/4K3 b - -", "e4"};
+  in.guarded = Bits({"e2", "e3"});
+  in.vacated = "a4";
+  ExpectBlock(in, 0);
+}
+
+TEST(BlockScan, RandomInputsMirrorAndNeedMovers) {
+  std::mt19937_64 rng(0xb10c);
+  const SceneRules rules{true, false, false, false};
+  int nonZero = 0, tried = 0;
+  for (int n = 0; n < 2000; ++n) {
+    const Scene s = RandomScene(rng, rules);
+    Load(s.board);
+    const int king = int(position.kingSquare[WHITE]);
+    // A square on a line from the king or a knight step away.
+    int square = int(rng() % 64);
+    if (square == king || !Near(square, king)) continue;
+    ++tried;
+    Bitboard in[7];
+    for (auto& b : in) b = (rng() & 1) ? rng() : rng() & rng();
+    in[1] = (n & 1) ? ALL : rng() | rng();  // movers
+    const Bitboard occ = position.occupied | bit(square);
+    const uint64_t black = BlockScan<BLACK>(square, king, in[0], in[1], in[2], occ, in[3], in[4], in[5], in[6]);
+    if (KING_ATTACKS[king] >> square & 1) {
+      ASSERT_EQ(black, 0u);
+    }
+    ASSERT_EQ(BlockScan<BLACK>(square, king, in[0], 0, in[2], occ, in[3], in[4], in[5], in[6]), 0u);
+    nonZero += black != 0;
+    Load(Mirror(s.board));
+    auto f = MirrorBits;
+    ASSERT_EQ(BlockScan<WHITE>(square ^ 56, king ^ 56, f(in[0]), f(in[1]), f(in[2]), f(occ), f(in[3]), f(in[4]),
+                               f(in[5]), f(in[6])),
+              black)
+        << FenOf(s.board) << " " << square;
+  }
+  EXPECT_GT(nonZero, tried / 5);
+}
+
+}  // namespace
