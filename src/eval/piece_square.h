@@ -4,10 +4,20 @@
 #include <array>
 #include <cstdint>
 
+#include "board/types.h"
+
 // Indexed by bitboardIndex * 64 + square. The low 32 bits of an entry hold an
-// opening value (upper 16) and an endgame value (lower 16); the bits above hold
-// weighted pawn counts. The evaluator owns the values.
-extern const int64_t PIECE_SQUARE_VALUES[12 * 64];
+// opening value (upper 16) and an endgame value (lower 16) as m * 65536 + e,
+// sign-extended over the whole word; pawn entries also carry their weighted
+// pawn counts above bit 32 (see PAWN_COUNT_SHIFT).
+extern const std::array<int64_t, 12 * 64> PIECE_SQUARE_VALUES;
+
+// Bit positions of the four 5-bit weighted pawn counts in pstSum, each pawn
+// counted by its file (1, 2, 3, 4, 4, 3, 2, 1 from a to h).
+constexpr int PAWN_COUNT_WHITE_LIGHT_SHIFT = 32;
+constexpr int PAWN_COUNT_WHITE_DARK_SHIFT = 37;
+constexpr int PAWN_COUNT_BLACK_LIGHT_SHIFT = 42;
+constexpr int PAWN_COUNT_BLACK_DARK_SHIFT = 47;
 
 // pstSum of an empty board before any term: both packed halves biased by 0x8000.
 constexpr int64_t PST_BIAS = 0x80008000;

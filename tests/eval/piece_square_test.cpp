@@ -1,0 +1,204 @@
+// The piece-square table against the printed rows, and pstSum decoded on
+// positions summed by hand.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+
+#include "board/position.h"
+#include "eval/piece_square.h"
+
+namespace {
+
+constexpr int PAWN = 0, KNIGHT = 1, BISHOP = 2, ROOK = 3, QUEEN = 4, KING = 5;
+constexpr int WHITE_MEN = 0, BLACK_MEN = 1;
+
+constexpr int square_of(const char* name) { return (name[1] - '1') * 8 + (name[0] - 'a'); }
+
+int64_t entry(int man, int colour, int square) {
+  return PIECE_SQUARE_VALUES[(2 * man + colour) * 64 + square];
+}
+int64_t entry(int man, int colour, const char* name) { return entry(man, colour, square_of(name)); }
+
+constexpr int64_t pair(int m, int e) { return int64_t(m) * 65536 + e; }
+
+// The packed pair of an entry: its low 32 bits read as a signed number.
+int64_t pair_part(int64_t value) { return int32_t(uint32_t(value)); }
+// What the entry holds above the pair.
+uint64_t count_part(int64_t value) { return uint64_t(value - pair_part(value)); }
+
+constexpr uint64_t counts(int white_light, int white_dark, int black_light, int black_dark) {
+  return uint64_t(white_light) << 32 | uint64_t(white_dark) << 37 | uint64_t(black_light) << 42 |
+         uint64_t(black_dark) << 47;
+}
+
+TEST(PieceSquareValues, WhiteSpotValuesMatchThePrintedRows) {
+  struct Spot {
+    int man;
+    const char* square;
+    int m, e;
+  } spots[] = {
+      {KNIGHT, "a1", -782, -497}, {KNIGHT, "d5", 40, 4},     {KNIGHT, "f6", -15, -23},
+      {KNIGHT, "h8", -1307, -465}, {KNIGHT, "g1", -670, -402},
+      {BISHOP, "c1", -248, -264}, {BISHOP, "d4", 8, -197},   {BISHOP, "g2", -103, -234},
+      {BISHOP, "f8", -223, -264}, {BISHOP, "a7", -294, -291},
+      {ROOK, "a1", -300, -250},   {ROOK, "h1", -300, -250},  {ROOK, "b6", -230, -160},
+      {ROOK, "e7", -170, -240},   {ROOK, "g4", -250, -250},
+      {QUEEN, "d1", -310, -160},  {QUEEN, "e4", -160, -60},  {QUEEN, "a8", -360, -260},
+      {QUEEN, "g3", -230, -130},  {QUEEN, "h7", -310, -210},
+      {KING, "g1", 490, -530},    {KING, "c1", 200, -400},   {KING, "e1", -10, -300},
+      {KING, "d5", -70, 280},     {KING, "h8", 230, -550},   {KING, "f6", 50, 130},
+  };
+  for (const Spot& s : spots) {
+    SCOPED_TRACE(std::string("man ") + std::to_string(s.man) + " on " + s.square);
+    EXPECT_EQ(entry(s.man, WHITE_MEN, s.square), pair(s.m, s.e));
+  }
+}
+
+TEST(PieceSquareValues, WhitePawnSpotValuesCarryTheirCounts) {
+  // Pair from the pawn rows; count by file weight in the white light or dark field.
+  EXPECT_EQ(entry(PAWN, WHITE_MEN, "e4"), pair(-27, -208) + int64_t(counts(4, 0, 0, 0)));
+  EXPECT_EQ(entry(PAWN, WHITE_MEN, "a2"), pair(-96, -162) + int64_t(counts(1, 0, 0, 0)));
+  EXPECT_EQ(entry(PAWN, WHITE_MEN, "b2"), pair(-56, -174) + int64_t(counts(0, 2, 0, 0)));
+  EXPECT_EQ(entry(PAWN, WHITE_MEN, "g5"), pair(-20, -131) + int64_t(counts(0, 2, 0, 0)));
+  EXPECT_EQ(entry(PAWN, WHITE_MEN, "h7"), pair(-50, -93) + int64_t(counts(1, 0, 0, 0)));
+  EXPECT_EQ(entry(PAWN, WHITE_MEN, "c6"), pair(9, -135) + int64_t(counts(3, 0, 0, 0)));
+}
+
+TEST(PieceSquareValues, BlackSpotValuesAreWhiteValuesTurnedOver) {
+  // Black on b8 reads White's g1, which mirrors b1, negated; and so on.
+  EXPECT_EQ(entry(KNIGHT, BLACK_MEN, "b8"), pair(670, 402));
+  EXPECT_EQ(entry(KING, BLACK_MEN, "e8"), pair(10, 300));
+  EXPECT_EQ(entry(KING, BLACK_MEN, "g8"), pair(-490, 530));
+  EXPECT_EQ(entry(QUEEN, BLACK_MEN, "d8"), pair(310, 160));
+  EXPECT_EQ(entry(ROOK, BLACK_MEN, "a8"), pair(300, 250));
+  EXPECT_EQ(entry(ROOK, BLACK_MEN, "c3"), pair(190, 160));  // White's f6 = c6
+  EXPECT_EQ(entry(BISHOP, BLACK_MEN, "c8"), pair(248, 264));
+  EXPECT_EQ(entry(BISHOP, BLACK_MEN, "e5"), pair(-8, 197));  // White's d4
+  // Pawns: the count goes to the black fields.
+  EXPECT_EQ(entry(PAWN, BLACK_MEN, "d7"), pair(66, 230) + int64_t(counts(0, 0, 4, 0)));
+  EXPECT_EQ(entry(PAWN, BLACK_MEN, "c7"), pair(59, 204) + int64_t(counts(0, 0, 0, 3)));
+  EXPECT_EQ(entry(PAWN, BLACK_MEN, "d5"), pair(27, 208) + int64_t(counts(0, 0, 4, 0)));
+  EXPECT_EQ(entry(PAWN, BLACK_MEN, "h5"), pair(78, 140) + int64_t(counts(0, 0, 1, 0)));  // White's a4
+}
+
+TEST(PieceSquareValues, EveryWhiteRowIsSymmetricBetweenTheFiles) {
+  for (int man = PAWN; man <= KING; ++man) {
+    for (int rank = 0; rank < 8; ++rank) {
+      for (int file = 0; file < 4; ++file) {
+        SCOPED_TRACE("man " + std::to_string(man) + " rank " + std::to_string(rank + 1) + " file " +
+                     std::to_string(file));
+        const int64_t left = entry(man, WHITE_MEN, rank * 8 + file);
+        const int64_t right = entry(man, WHITE_MEN, rank * 8 + 7 - file);
+        EXPECT_EQ(pair_part(left), pair_part(right));
+        // Mirrored squares have opposite colours, so a pawn's count moves
+        // between the light and dark fields with the same weight.
+        EXPECT_EQ(count_part(left) >> 32 & 31, count_part(right) >> 37 & 31);
+        EXPECT_EQ(count_part(left) >> 37 & 31, count_part(right) >> 32 & 31);
+      }
+    }
+  }
+}
+
+TEST(PieceSquareValues, BlackEntryIsMinusTheWhiteEntryOnTheRotatedSquare) {
+  for (int man = KNIGHT; man <= KING; ++man)
+    for (int square = 0; square < 64; ++square)
+      EXPECT_EQ(entry(man, BLACK_MEN, square), -entry(man, WHITE_MEN, 63 - square))
+          << "man " << man << " square " << square;
+  // Rotation keeps the square colour, so the white count moves up by two
+  // fields unchanged.
+  for (int square = 0; square < 64; ++square) {
+    const int64_t black = entry(PAWN, BLACK_MEN, square);
+    const int64_t white = entry(PAWN, WHITE_MEN, 63 - square);
+    EXPECT_EQ(pair_part(black), -pair_part(white)) << square;
+    EXPECT_EQ(count_part(black), count_part(white) << 10) << square;
+  }
+}
+
+TEST(PieceSquareValues, OnlyPawnsCarryCountsAndEachColourOnlyInItsOwnFields) {
+  const uint64_t white_fields = counts(31, 31, 0, 0);
+  const uint64_t black_fields = counts(0, 0, 31, 31);
+  for (int square = 0; square < 64; ++square) {
+    for (int man = KNIGHT; man <= KING; ++man) {
+      EXPECT_EQ(count_part(entry(man, WHITE_MEN, square)), 0u) << man << " " << square;
+      EXPECT_EQ(count_part(entry(man, BLACK_MEN, square)), 0u) << man << " " << square;
+    }
+    const uint64_t white = count_part(entry(PAWN, WHITE_MEN, square));
+    const uint64_t black = count_part(entry(PAWN, BLACK_MEN, square));
+    EXPECT_NE(white, 0u);
+    EXPECT_EQ(white & ~white_fields, 0u) << square;
+    EXPECT_EQ(black & ~black_fields, 0u) << square;
+  }
+}
+
+TEST(PieceSquareValues, PawnCountFollowsFileWeightAndSquareColour) {
+  const int weight[8] = {1, 2, 3, 4, 4, 3, 2, 1};
+  for (int square = 8; square < 56; ++square) {
+    const int file = square & 7, rank = square >> 3;
+    const bool dark = ((file + rank) & 1) == 0;  // a1 is dark
+    const int w = weight[file];
+    EXPECT_EQ(count_part(entry(PAWN, WHITE_MEN, square)), dark ? counts(0, w, 0, 0) : counts(w, 0, 0, 0))
+        << square;
+    EXPECT_EQ(count_part(entry(PAWN, BLACK_MEN, square)), dark ? counts(0, 0, 0, w) : counts(0, 0, w, 0))
+        << square;
+  }
+}
+
+struct Decoded {
+  int m, e;
+  unsigned white_light, white_dark, black_light, black_dark;
+};
+
+// The evaluator's split of the biased word, and the count fields above it.
+Decoded decode(int64_t sum) {
+  const uint32_t s = uint32_t(sum);
+  const uint64_t high = uint64_t(sum) >> 32;
+  return {int(s >> 16) - 32768, int(s & 0xffff) - 32768, unsigned(high & 31), unsigned(high >> 5 & 31),
+          unsigned(high >> 10 & 31), unsigned(high >> 15 & 31)};
+}
+
+TEST(PieceSquareSum, StartPositionIsTheBiasWithTenInEveryCount) {
+  ASSERT_EQ(SetPositionFromFen(START_FEN), 1);
+  const Decoded d = decode(position.state.pstSum);
+  EXPECT_EQ(d.m, 0);
+  EXPECT_EQ(d.e, 0);
+  // Rank 2: a, c, e, g light (1 + 3 + 4 + 2), b, d, f, h dark (2 + 4 + 3 + 1);
+  // rank 7 the other way round.
+  EXPECT_EQ(d.white_light, 10u);
+  EXPECT_EQ(d.white_dark, 10u);
+  EXPECT_EQ(d.black_light, 10u);
+  EXPECT_EQ(d.black_dark, 10u);
+  EXPECT_EQ(uint64_t(position.state.pstSum) >> 52, 0u);
+}
+
+TEST(PieceSquareSum, PositionsDecodeToTheirHandSums) {
+  struct Case {
+    const char* fen;
+    Decoded expected;
+  } cases[] = {
+      // e2-e4 (39, 22) and g1-f3 (526, 314); rights cancel.
+      {"rnbqkbnr/pppppppp/8/8/4P3/5N2/PPPP1PPP/RNBQKB1R b KQkq -", {565, 336, 10, 10, 10, 10}},
+      // Ke1 (-10, -300), Nc3 (-144, -88), ke8 (10, 300), pd5 (27, 208).
+      {"4k3/8/8/3p4/8/2N5/8/4K3 w - -", {-117, 120, 0, 0, 4, 0}},
+      // Ke1 (-10, -300), kg8 (-490, 530).
+      {"6k1/8/8/8/8/8/8/4K3 w - -", {-500, 230, 0, 0, 0, 0}},
+      // Men cancel; rights K (+100) and q (-20).
+      {"r3k2r/pp6/8/8/8/8/6PP/R3K2R w Kq -", {80, 0, 2, 1, 2, 1}},
+      // Ka1 (430, -760), Qh1 (-410, -260), kh8 (-430, 760), pc2 (-9, 135):
+      // the endgame half goes below the bias.
+      {"7k/8/8/8/8/8/2p5/K6Q w - -", {-419, -125, 0, 0, 3, 0}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.fen);
+    ASSERT_EQ(SetPositionFromFen(c.fen), 1);
+    const Decoded d = decode(position.state.pstSum);
+    EXPECT_EQ(d.m, c.expected.m);
+    EXPECT_EQ(d.e, c.expected.e);
+    EXPECT_EQ(d.white_light, c.expected.white_light);
+    EXPECT_EQ(d.white_dark, c.expected.white_dark);
+    EXPECT_EQ(d.black_light, c.expected.black_light);
+    EXPECT_EQ(d.black_dark, c.expected.black_dark);
+  }
+}
+
+}  // namespace
