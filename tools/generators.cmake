@@ -1,2 +1,3 @@
 # One line per generated constant table; see quorl_generate in the top CMakeLists.
 quorl_generate(gen_attacks attack_tables.cpp)
+quorl_generate(gen_material material_table.cpp)

@@ -1,0 +1,507 @@
+// Material table, scale table and the material-only corrections, against the
+// reference rows and classes as stated for them. Rows are addressed through
+// an index built here from piece counts and the digit weights as stated, not
+// through the program's own digit table.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <set>
+#include <string>
+
+#include "board/keys.h"
+#include "eval/material.h"
+
+namespace {
+
+// --- Material rows --------------------------------------------------------------
+
+struct Men {
+  int knights = 0, bishops = 0, rooks = 0, pawns = 0;
+};
+
+Men N(int pawns = 0) { return {1, 0, 0, pawns}; }
+Men B(int pawns = 0) { return {0, 1, 0, pawns}; }
+Men R(int pawns = 0) { return {0, 0, 1, pawns}; }
+Men NN(int pawns = 0) { return {2, 0, 0, pawns}; }
+Men BN(int pawns = 0) { return {1, 1, 0, pawns}; }
+Men BB(int pawns = 0) { return {0, 2, 0, pawns}; }
+Men Bare(int pawns = 0) { return {0, 0, 0, pawns}; }
+Men FullSet(int pawns) { return {2, 2, 2, pawns}; }
+
+// White queen 1, white knight 2, black knight 6, white bishop 18, black bishop
+// 54, white rook 162, black rook 486, white pawn 1458, black pawn 13122.
+int Index(int whiteQueen, const Men& w, const Men& b) {
+  return whiteQueen * 1 + w.knights * 2 + b.knights * 6 + w.bishops * 18 + b.bishops * 54 + w.rooks * 162 +
+         b.rooks * 486 + w.pawns * 1458 + b.pawns * 13122;
+}
+
+int Entry(int whiteQueen, const Men& w, const Men& b) { return MATERIAL_TABLE[Index(whiteQueen, w, b)]; }
+
+std::string Describe(int whiteQueen, const Men& w, const Men& b) {
+  auto side = [](const Men& m) {
+    return std::to_string(m.knights) + "N " + std::to_string(m.bishops) + "B " + std::to_string(m.rooks) + "R " +
+           std::to_string(m.pawns) + "P";
+  };
+  return "queen digit " + std::to_string(whiteQueen) + ", White " + side(w) + ", Black " + side(b);
+}
+
+// Every normal row, through the counts; stops at the first failed assertion.
+template <class F>
+void ForEachRow(F f) {
+  for (int q = 0; q < 2; ++q)
+    for (int wn = 0; wn < 3; ++wn)
+      for (int bn = 0; bn < 3; ++bn)
+        for (int wb = 0; wb < 3; ++wb)
+          for (int bb = 0; bb < 3; ++bb)
+            for (int wr = 0; wr < 3; ++wr)
+              for (int br = 0; br < 3; ++br)
+                for (int wp = 0; wp < 9; ++wp)
+                  for (int bp = 0; bp < 9; ++bp) {
+                    f(q, Men{wn, wb, wr, wp}, Men{bn, bb, br, bp});
+                    if (::testing::Test::HasFatalFailure()) return;  // one report, not thousands
+                  }
+}
+
+// The signature of a material set, summed from the board core's steps.
+struct Material {
+  int whiteQueens = 0, blackQueens = 0;
+  Men white, black;
+  int whiteLight = 0, whiteDark = 0, blackLight = 0, blackDark = 0;  // bishops by square colour
+};
+
+uint64_t Signature(const Material& m) {
+  uint64_t s = MATERIAL_SIGNATURE_BASE;
+  s += MATERIAL_STEPS[0] * m.white.pawns + MATERIAL_STEPS[1] * m.black.pawns;
+  s += MATERIAL_STEPS[2] * m.white.knights + MATERIAL_STEPS[3] * m.black.knights;
+  s += MATERIAL_STEPS[4] * m.whiteLight + MATERIAL_STEPS[10] * m.whiteDark;
+  s += MATERIAL_STEPS[5] * m.blackLight + MATERIAL_STEPS[11] * m.blackDark;
+  s += MATERIAL_STEPS[6] * m.white.rooks + MATERIAL_STEPS[7] * m.black.rooks;
+  s += MATERIAL_STEPS[8] * m.whiteQueens + MATERIAL_STEPS[9] * m.blackQueens;
+  return s;
+}
+
+TEST(MaterialTable, HasOneEntryPerNormalRow) {
+  EXPECT_EQ(sizeof(MATERIAL_TABLE) / sizeof(MATERIAL_TABLE[0]), 118098u);
+  EXPECT_EQ(Index(1, {2, 2, 2, 8}, {2, 2, 2, 8}), 118097);
+}
+
+TEST(MaterialTable, IndexAgreesWithTheSignatureOfTheBoardCore) {
+  // The low 17 bits of a signature summed from the board core's steps are the
+  // index built here; the black queen moves nothing.
+  for (int bq = 0; bq < 2; ++bq)
+    ForEachRow([&](int q, const Men& w, const Men& b) {
+      if ((w.pawns + b.pawns + w.knights) % 5 != 0) return;  // a spread sample keeps it fast
+      Material m;
+      m.whiteQueens = q;
+      m.blackQueens = bq;
+      m.white = w;
+      m.black = b;
+      m.whiteLight = w.bishops;
+      m.blackDark = b.bishops;
+      ASSERT_EQ(int(Signature(m) & 0x1ffff), Index(q, w, b)) << Describe(q, w, b);
+    });
+}
+
+TEST(MaterialTable, EqualMaterialIsZero) {
+  ForEachRow([](int q, const Men& w, const Men& b) {
+    if (w.knights == b.knights && w.bishops == b.bishops && w.rooks == b.rooks && w.pawns == b.pawns) {
+      ASSERT_EQ(Entry(q, w, b), 0) << Describe(q, w, b);
+    }
+  });
+}
+
+TEST(MaterialTable, ExchangedColoursUnderTheSameQueenDigitNegate) {
+  int checked = 0;
+  ForEachRow([&](int q, const Men& w, const Men& b) {
+    ASSERT_EQ(Entry(q, w, b), -Entry(q, b, w)) << Describe(q, w, b);
+    ++checked;
+  });
+  EXPECT_EQ(checked, 118098);
+}
+
+TEST(MaterialTable, FullSetsWithQueensAndEightPawnsAreZero) { EXPECT_EQ(Entry(1, FullSet(8), FullSet(8)), 0); }
+
+// "A pawn more" rows: pawns on both sides, every count.
+TEST(MaterialTable, PawnMoreWithAllPiecesCountsLess) {
+  for (int bp = 1; bp <= 7; ++bp) {
+    EXPECT_EQ(Entry(1, FullSet(bp + 1), FullSet(bp)), -276) << bp;
+    EXPECT_EQ(Entry(1, FullSet(bp), FullSet(bp + 1)), 276) << bp;
+  }
+  for (int bp = 1; bp <= 6; ++bp) EXPECT_EQ(Entry(1, FullSet(bp + 2), FullSet(bp)), -552) << bp;
+}
+
+TEST(MaterialTable, PawnMoreWithLighterPieces) {
+  for (int bp = 1; bp <= 7; ++bp) {
+    SCOPED_TRACE(bp);
+    EXPECT_EQ(Entry(0, FullSet(bp + 1), FullSet(bp)), -50);
+    EXPECT_EQ(Entry(0, R(bp + 1), R(bp)), 57);
+    EXPECT_EQ(Entry(0, B(bp + 1), B(bp)), 144);
+    EXPECT_EQ(Entry(0, Bare(bp + 1), Bare(bp)), 171);
+  }
+}
+
+TEST(MaterialTable, LonePiecesWithoutPawns) {
+  EXPECT_EQ(Entry(0, N(), Bare()), -3072);
+  EXPECT_EQ(Entry(0, B(), Bare()), -3072);
+  EXPECT_EQ(Entry(0, R(), Bare()), 580);
+  EXPECT_EQ(Entry(0, NN(), Bare()), -180);
+  EXPECT_EQ(Entry(0, BN(), Bare()), 251);
+  EXPECT_EQ(Entry(0, BB(), Bare()), 1109);
+  // And the same seen from Black.
+  EXPECT_EQ(Entry(0, Bare(), N()), 3072);
+  EXPECT_EQ(Entry(0, Bare(), BB()), -1109);
+}
+
+TEST(MaterialTable, RookAgainstMinorWithoutPawns) {
+  EXPECT_EQ(Entry(0, R(), B()), -1735);
+  EXPECT_EQ(Entry(0, R(), N()), -1687);
+}
+
+TEST(MaterialTable, RookAgainstKnightFallsWithThePawns) {
+  EXPECT_EQ(Entry(0, R(1), N(1)), 784);
+  EXPECT_EQ(Entry(0, R(8), N(8)), 345);
+  for (int k = 1; k < 8; ++k) {
+    const int fall = Entry(0, R(k), N(k)) - Entry(0, R(k + 1), N(k + 1));
+    EXPECT_GE(fall, 61) << k;  // about 62 a pair
+    EXPECT_LE(fall, 64) << k;
+  }
+}
+
+TEST(MaterialTable, RookAgainstBishopFallsWithThePawns) {
+  EXPECT_EQ(Entry(0, R(1), B(1)), 428);
+  EXPECT_EQ(Entry(0, R(8), B(8)), 192);
+  for (int k = 1; k < 8; ++k) EXPECT_GT(Entry(0, R(k), B(k)), Entry(0, R(k + 1), B(k + 1))) << k;
+}
+
+TEST(MaterialTable, MinorPairsAgainstRook) {
+  EXPECT_EQ(Entry(0, BB(2), R(2)), 572);
+  EXPECT_EQ(Entry(0, BB(8), R(8)), 773);
+  EXPECT_EQ(Entry(0, BN(2), R(2)), -241);
+  EXPECT_EQ(Entry(0, BN(8), R(8)), 132);
+  EXPECT_EQ(Entry(0, NN(2), R(2)), -588);
+  EXPECT_EQ(Entry(0, NN(8), R(8)), -40);
+}
+
+TEST(MaterialTable, BishopPairAgainstPawnsOnly) {
+  EXPECT_EQ(Entry(0, BB(2), Bare(2)), 1152);
+  EXPECT_EQ(Entry(0, BB(8), Bare(8)), 1281);
+}
+
+TEST(MaterialTable, EqualPiecesDependOnThePawnDifferenceOnly) {
+  // With the same pieces on both sides and pawns on both, the entry is set by
+  // the difference alone, and grows with it linearly (within rounding).
+  ForEachRow([](int q, const Men& w, const Men& b) {
+    if (w.knights != b.knights || w.bishops != b.bishops || w.rooks != b.rooks) return;
+    if (w.pawns == 0 || b.pawns == 0 || w.pawns <= b.pawns) return;
+    const int d = w.pawns - b.pawns;
+    Men w1 = b;
+    w1.pawns = 1 + d;
+    Men b1 = b;
+    b1.pawns = 1;
+    ASSERT_EQ(Entry(q, w, b), Entry(q, w1, b1)) << Describe(q, w, b);
+    Men one = b;
+    one.pawns = b.pawns + 1;
+    const int slope = Entry(q, one, b);
+    ASSERT_LE(std::abs(Entry(q, w, b) - d * slope), d) << Describe(q, w, b);
+  });
+}
+
+TEST(MaterialTable, QueenDigitIsReadAsQueensOnBothSides) {
+  // White queen with or without a black one: the same row, so an entry never
+  // counts White's queen as an extra piece. Queen against queen with equal
+  // men is 0, and the pawn is worth less with queens on.
+  EXPECT_EQ(Entry(1, R(3), R(3)), 0);
+  EXPECT_LT(Entry(1, R(4), R(3)), Entry(0, R(4), R(3)));
+}
+
+// --- Material value --------------------------------------------------------------
+
+TEST(MaterialValue, AddsTableAdjustAndNominalBalance) {
+  Material start;
+  start.whiteQueens = start.blackQueens = 1;
+  start.white = start.black = FullSet(8);
+  start.whiteLight = start.whiteDark = start.blackLight = start.blackDark = 1;
+  EXPECT_EQ(MaterialValue(Signature(start), 0), 0);
+  EXPECT_EQ(MaterialValue(Signature(start), -37), -37);
+
+  // White a rook against a knight, one pawn each: 2 pawns nominal plus the entry.
+  Material rn;
+  rn.white = R(1);
+  rn.black = N(1);
+  EXPECT_EQ(MaterialValue(Signature(rn), 10), 2048 + 784 + 10);
+
+  // Queen against rook: the row is "queens on, rook down", the nominal part
+  // counts the real queen.
+  Material qr;
+  qr.whiteQueens = 1;
+  qr.black = R();
+  EXPECT_EQ(MaterialValue(Signature(qr), 0), 5120 + Entry(1, Bare(), R()));
+}
+
+// --- Scale table -----------------------------------------------------------------
+
+struct ScaleMen {
+  int whiteLight = 0, whiteDark = 0, blackLight = 0, blackDark = 0;
+  int whiteQueen = 0, blackQueen = 0, whiteKnights = 0, blackKnights = 0, whiteRooks = 0, blackRooks = 0;
+};
+
+uint32_t ScaleIndex(const ScaleMen& m) {
+  return uint32_t(m.whiteLight | m.whiteDark << 1 | m.blackLight << 2 | m.blackDark << 3 | m.whiteQueen << 4 |
+                  m.blackQueen << 5 | m.whiteKnights << 6 | m.blackKnights << 8 | m.whiteRooks << 10 |
+                  m.blackRooks << 12);
+}
+
+TEST(ScaleTable, HasOneBytePerClass) { EXPECT_EQ(SCALE_TABLE.size(), 16384u); }
+
+TEST(ScaleTable, ReferenceClasses) {
+  EXPECT_EQ(SCALE_TABLE[0x0], 192);
+  EXPECT_EQ(SCALE_TABLE[0x5], 140);
+  EXPECT_EQ(SCALE_TABLE[0xa], 140);
+  EXPECT_EQ(SCALE_TABLE[0x6], 57);
+  EXPECT_EQ(SCALE_TABLE[0x9], 57);
+  EXPECT_EQ(SCALE_TABLE[0x140], 140);
+  EXPECT_EQ(SCALE_TABLE[0x36], 108);
+  EXPECT_EQ(SCALE_TABLE[0x39], 108);
+  EXPECT_EQ(SCALE_TABLE[0x146], 108);
+  EXPECT_EQ(SCALE_TABLE[0x149], 108);
+  EXPECT_EQ(SCALE_TABLE[0x1406], 102);
+  EXPECT_EQ(SCALE_TABLE[0x1409], 102);
+  EXPECT_EQ(SCALE_TABLE[0x30], 115);
+}
+
+TEST(ScaleTable, EveryClassFollowsTheRule) {
+  // Walk the classes by their men and name the expected scale from the rule.
+  int seen = 0;
+  for (int bishops = 0; bishops < 16; ++bishops)
+    for (int wq = 0; wq < 2; ++wq)
+      for (int bq = 0; bq < 2; ++bq)
+        for (int wn = 0; wn < 4; ++wn)
+          for (int bn = 0; bn < 4; ++bn)
+            for (int wr = 0; wr < 4; ++wr)
+              for (int br = 0; br < 4; ++br) {
+                ScaleMen m{bishops & 1, bishops >> 1 & 1, bishops >> 2 & 1, bishops >> 3 & 1, wq, bq, wn, bn, wr,
+                           br};
+                const int whiteBishops = m.whiteLight + m.whiteDark, blackBishops = m.blackLight + m.blackDark;
+                const bool oneBishopEach = whiteBishops == 1 && blackBishops == 1;
+                const bool sameColour = oneBishopEach && m.whiteLight == m.blackLight;
+                const bool oppositeColour = oneBishopEach && !sameColour;
+                const bool noQueens = wq == 0 && bq == 0, queenEach = wq == 1 && bq == 1;
+                const bool noKnights = wn == 0 && bn == 0, knightEach = wn == 1 && bn == 1;
+                const bool noRooks = wr == 0 && br == 0, rookEach = wr == 1 && br == 1;
+                const bool noBishops = whiteBishops == 0 && blackBishops == 0;
+                int expected = 128;
+                if (noBishops && noQueens && noKnights && noRooks)
+                  expected = 192;
+                else if (sameColour && noQueens && noKnights && noRooks)
+                  expected = 140;
+                else if (oppositeColour && noQueens && noKnights && noRooks)
+                  expected = 57;
+                else if (noBishops && noQueens && knightEach && noRooks)
+                  expected = 140;
+                else if (oppositeColour && queenEach && noKnights && noRooks)
+                  expected = 108;
+                else if (oppositeColour && noQueens && knightEach && noRooks)
+                  expected = 108;
+                else if (oppositeColour && noQueens && noKnights && rookEach)
+                  expected = 102;
+                else if (noBishops && queenEach && noKnights && noRooks)
+                  expected = 115;
+                else if (oppositeColour)
+                  expected = 115;
+                const uint32_t index = ScaleIndex(m);
+                ASSERT_EQ(int(SCALE_TABLE[index]), expected) << std::hex << "index 0x" << index;
+                ++seen;
+              }
+  EXPECT_EQ(seen, 16384);
+}
+
+TEST(ScaleTable, OppositeBishopsAlwaysPullTowardsTheDraw) {
+  std::set<int> values;
+  for (uint32_t i = 0; i < 16384; ++i) {
+    values.insert(SCALE_TABLE[i]);
+    if ((i & 0xf) == 0x6 || (i & 0xf) == 0x9) {
+      EXPECT_LT(SCALE_TABLE[i], 128) << i;
+    }
+  }
+  EXPECT_EQ(values, (std::set<int>{57, 102, 108, 115, 128, 140, 192}));
+}
+
+TEST(ScaleScore, BareKingsKeepTheTempo) {
+  // Tempo 44 in the endgame half, over 10 is 4, scaled by 192 / 128.
+  const uint64_t bare = MATERIAL_SIGNATURE_BASE;
+  EXPECT_EQ(ScaleScore(4, bare), 6);
+  EXPECT_EQ(ScaleScore(-4, bare), -6);
+}
+
+TEST(ScaleScore, ReadsBitsFromThirtyFourAndTruncatesTowardZero) {
+  Material opposite;
+  opposite.white = B(3);
+  opposite.black = B(2);
+  opposite.whiteLight = 1;
+  opposite.blackDark = 1;
+  const uint64_t sig = Signature(opposite);
+  EXPECT_EQ(sig >> 34 & 0x3fff, 0x9u);
+  EXPECT_EQ(ScaleScore(100, sig), 44);  // 5700 / 128 = 44.5
+  EXPECT_EQ(ScaleScore(-100, sig), -44);
+
+  Material queens;
+  queens.whiteQueens = queens.blackQueens = 1;
+  queens.white = queens.black = FullSet(8);
+  queens.whiteLight = queens.whiteDark = queens.blackLight = queens.blackDark = 1;
+  EXPECT_EQ(ScaleScore(-77, Signature(queens)), -77);
+}
+
+// --- Rook endings ----------------------------------------------------------------
+
+constexpr int Sq(const char* name) { return (name[1] - '1') * 8 + (name[0] - 'a'); }
+constexpr Bitboard Bit(const char* name) { return Bitboard(1) << Sq(name); }
+
+uint64_t RookEachSignature(int whitePawns, int blackPawns) {
+  Material m;
+  m.white = R(whitePawns);
+  m.black = R(blackPawns);
+  return Signature(m);
+}
+
+RookEndingMen Men_(Bitboard whitePawns, Bitboard blackPawns, Bitboard passed, const char* whiteRook,
+                   const char* blackRook, Bitboard kings) {
+  RookEndingMen men{};
+  men.passedPawns = passed;
+  men.whitePawns = whitePawns;
+  men.blackPawns = blackPawns;
+  men.whiteRooks = Bit(whiteRook);
+  men.blackRooks = Bit(blackRook);
+  men.occupied = whitePawns | blackPawns | men.whiteRooks | men.blackRooks | kings;
+  return men;
+}
+
+TEST(MaterialRookEnding, ScalingZeroLeavesOnlyThePenalty) {
+  const RookEndingMen men = Men_(Bit("a2"), Bit("h7"), 0, "a1", "h8", Bit("e1") | Bit("e8"));
+  const uint64_t sig = RookEachSignature(1, 1);
+  EXPECT_EQ(RookEndingCorrection(345, sig, men, 0, 0, 1), 0);
+  EXPECT_EQ(RookEndingCorrection(345, sig, men, 0, 500, 1), -50);
+  EXPECT_EQ(RookEndingCorrection(345, sig, men, 0, 500, -1), 50);
+  EXPECT_EQ(RookEndingCorrection(345, sig, men, 100, 0, 1), 345);
+  EXPECT_EQ(RookEndingCorrection(345, sig, men, 50, 0, 1), 172);
+  EXPECT_EQ(RookEndingCorrection(-345, sig, men, 50, 0, 1), -172);
+  EXPECT_EQ(RookEndingCorrection(0, sig, men, 100, 1009, 1), -100);  // -(1009) / 10 truncates
+}
+
+TEST(MaterialRookEnding, AnyOtherPieceTurnsItOff) {
+  const RookEndingMen men = Men_(Bit("e6"), 0, Bit("e6"), "e8", "e1", Bit("a1") | Bit("h8"));
+  Material m;
+  m.white = {1, 0, 1, 1};  // a knight beside the rook
+  m.black = R();
+  EXPECT_EQ(RookEndingCorrection(345, Signature(m), men, 0, 500, 1), 345);
+  m.white = R(1);
+  m.whiteQueens = m.blackQueens = 1;
+  EXPECT_EQ(RookEndingCorrection(345, Signature(m), men, 0, 500, 1), 345);
+  m.whiteQueens = m.blackQueens = 0;
+  m.white = {0, 0, 2, 1};  // two rooks against one
+  EXPECT_EQ(RookEndingCorrection(345, Signature(m), men, 0, 500, 1), 345);
+}
+
+TEST(MaterialRookEnding, OwnRookInFrontEnemyRookBehind) {
+  const uint64_t sig = RookEachSignature(1, 0);
+  const Bitboard kings = Bit("a1") | Bit("h8");
+  struct Case {
+    const char *pawn, *whiteRook, *blackRook;
+    int deduction;
+  } cases[] = {
+      {"e7", "e8", "e1", 160}, {"e6", "e8", "e2", 100}, {"c5", "c7", "c1", 52},
+      {"g4", "g8", "g3", 22},  {"e3", "e8", "e1", 0},   // third rank: not counted
+      {"e6", "e1", "e8", 0},                            // the good way round
+      {"e6", "e8", "d1", 0},                            // black rook not on the file
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.pawn);
+    const RookEndingMen men = Men_(Bit(c.pawn), 0, Bit(c.pawn), c.whiteRook, c.blackRook, kings);
+    EXPECT_EQ(RookEndingCorrection(200, sig, men, 100, 0, 1), 200 - c.deduction);
+  }
+}
+
+TEST(MaterialRookEnding, DefendedOrScreenedPawnKeepsItsWorth) {
+  const uint64_t sig = RookEachSignature(2, 0);
+  // Defended by a pawn on d5: no deduction.
+  RookEndingMen men = Men_(Bit("e6") | Bit("d5"), 0, Bit("e6") | Bit("d5"), "e8", "e1", Bit("a1") | Bit("h8"));
+  EXPECT_EQ(RookEndingCorrection(200, sig, men, 100, 0, 1), 200);
+  // The black rook's view cut by a king on e3: no deduction.
+  men = Men_(Bit("e6") | Bit("a2"), 0, Bit("e6"), "e8", "e1", Bit("e3") | Bit("h8"));
+  EXPECT_EQ(RookEndingCorrection(200, sig, men, 100, 0, 1), 200);
+  // A pawn that is not passed: no deduction.
+  men = Men_(Bit("e6") | Bit("a2"), 0, 0, "e8", "e1", Bit("a1") | Bit("h8"));
+  EXPECT_EQ(RookEndingCorrection(200, sig, men, 100, 0, 1), 200);
+}
+
+TEST(MaterialRookEnding, BlackPasserMirrors) {
+  const uint64_t sig = RookEachSignature(0, 1);
+  const Bitboard kings = Bit("a8") | Bit("h1");
+  struct Case {
+    const char *pawn, *blackRook, *whiteRook;
+    int addition;
+  } cases[] = {
+      {"d2", "d1", "d8", 160}, {"d3", "d1", "d7", 100}, {"b4", "b2", "b8", 52},
+      {"h5", "h1", "h6", 22},  {"d6", "d1", "d8", 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.pawn);
+    const RookEndingMen men = Men_(0, Bit(c.pawn), Bit(c.pawn), c.whiteRook, c.blackRook, kings);
+    EXPECT_EQ(RookEndingCorrection(-200, sig, men, 100, 0, 1), -200 + c.addition);
+  }
+}
+
+TEST(MaterialRookEnding, DeductionComesBeforeScaling) {
+  const uint64_t sig = RookEachSignature(1, 0);
+  const RookEndingMen men = Men_(Bit("e6"), 0, Bit("e6"), "e8", "e1", Bit("a1") | Bit("h8"));
+  EXPECT_EQ(RookEndingCorrection(300, sig, men, 50, 200, 1), (300 - 100) / 2 - 20);
+}
+
+// --- Opposite bishops -------------------------------------------------------------
+
+uint64_t BishopSignature(int whiteLight, int whiteDark, int blackLight, int blackDark, Men whiteExtra = {},
+                         Men blackExtra = {}) {
+  Material m;
+  m.white = whiteExtra;
+  m.black = blackExtra;
+  m.white.bishops += whiteLight + whiteDark;
+  m.black.bishops += blackLight + blackDark;
+  m.whiteLight = whiteLight;
+  m.whiteDark = whiteDark;
+  m.blackLight = blackLight;
+  m.blackDark = blackDark;
+  return Signature(m);
+}
+
+TEST(MaterialOppositeBishops, PenaltyForTheEnginesSide) {
+  const uint64_t lightDark = BishopSignature(1, 0, 0, 1, Bare(3), Bare(3));
+  const uint64_t darkLight = BishopSignature(0, 1, 1, 0, Bare(3), Bare(3));
+  EXPECT_EQ(OppositeBishopsCorrection(50, lightDark, 1000, 0, 1), -50);
+  EXPECT_EQ(OppositeBishopsCorrection(50, darkLight, 1000, 0, 1), -50);
+  EXPECT_EQ(OppositeBishopsCorrection(50, lightDark, 1000, 0, -1), 150);
+  // With nothing else on the board the endgame penalty comes on top.
+  EXPECT_EQ(OppositeBishopsCorrection(50, lightDark, 1000, 300, 1), -80);
+  EXPECT_EQ(OppositeBishopsCorrection(50, lightDark, 0, 305, -1), 80);
+}
+
+TEST(MaterialOppositeBishops, OtherPiecesKeepOnlyTheFirstPenalty) {
+  const uint64_t withRooks = BishopSignature(1, 0, 0, 1, R(2), R(2));
+  EXPECT_EQ(OppositeBishopsCorrection(0, withRooks, 1000, 300, 1), -100);
+  const uint64_t withKnight = BishopSignature(0, 1, 1, 0, N(), Bare());
+  EXPECT_EQ(OppositeBishopsCorrection(0, withKnight, 1000, 300, 1), -100);
+  Material queens;
+  queens.whiteQueens = queens.blackQueens = 1;
+  queens.white = B();
+  queens.black = B();
+  queens.whiteLight = queens.blackDark = 1;
+  EXPECT_EQ(OppositeBishopsCorrection(0, Signature(queens), 1000, 300, 1), -100);
+}
+
+TEST(MaterialOppositeBishops, NotForSameColourOrBishopPair) {
+  EXPECT_EQ(OppositeBishopsCorrection(50, BishopSignature(1, 0, 1, 0), 1000, 300, 1), 50);
+  EXPECT_EQ(OppositeBishopsCorrection(50, BishopSignature(0, 1, 0, 1), 1000, 300, 1), 50);
+  EXPECT_EQ(OppositeBishopsCorrection(50, BishopSignature(1, 1, 0, 1), 1000, 300, 1), 50);  // pair against one
+  EXPECT_EQ(OppositeBishopsCorrection(50, BishopSignature(1, 0, 0, 0), 1000, 300, 1), 50);
+}
+
+}  // namespace
