@@ -60,8 +60,6 @@ inline constexpr Bitboard DOUBLE_STEP_MIDDLE = Side == WHITE ? 0xff0000ull : 0xf
 template <int Side>
 inline constexpr Bitboard DOUBLE_STEP_END = Side == WHITE ? 0xff000000ull : 0xff00000000ull;
 
-constexpr Bitboard FILE_A = 0x0101010101010101ull;
-constexpr Bitboard FILE_H = FILE_A << 7;
 
 // Capture squares of Side's pawns, toward the lower file and toward the upper.
 template <int Side>

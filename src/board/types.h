@@ -13,6 +13,10 @@ constexpr int square_file(int square) { return square & 7; }
 constexpr int square_rank(int square) { return square >> 3; }
 constexpr Bitboard bit(int square) { return Bitboard(1) << square; }
 
+// Edge files.
+constexpr Bitboard FILE_A = 0x0101010101010101ull;
+constexpr Bitboard FILE_H = FILE_A << 7;
+
 // Square colours; a1 is dark.
 constexpr Bitboard DARK_SQUARES = 0xaa55aa55aa55aa55ull;
 constexpr Bitboard LIGHT_SQUARES = 0x55aa55aa55aa55aaull;

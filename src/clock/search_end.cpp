@@ -6,11 +6,8 @@
 bool bestmove_open = false;
 
 void end_of_search() {
-  if (root_list[0].move == 0) {
-    send_line("bestmove 0000");
-    return;
-  }
-  // A root list only exists once a search has run; its best move, ponder
-  // move and the filtering by bestmove_open come with the search launch.
-  bestmove_open = false;
+  // Until a search has filled the root list there is no move to give; the
+  // best move, ponder move and the filtering by bestmove_open come with the
+  // search launch.
+  if (root_list[0].move == 0) send_line("bestmove 0000");
 }

@@ -5,8 +5,6 @@
 
 namespace {
 
-constexpr Bitboard FILE_A = 0x0101010101010101ull;
-
 // The squares of the pawn's file on higher ranks (White's way ahead) and on
 // lower ranks (Black's).
 constexpr Bitboard FileAbove(int square) { return (FILE_A << square_file(square)) & ~((bit(square) << 1) - 1); }

@@ -57,7 +57,6 @@ int bit_count(Bitboard b) {
   return n;
 }
 
-constexpr Bitboard FILE_A = 0x0101010101010101ull, FILE_H = FILE_A << 7;
 constexpr Bitboard RANK_1 = 0xffull, RANK_8 = RANK_1 << 56;
 
 int sq(const char* name) { return (name[1] - '1') * 8 + (name[0] - 'a'); }

@@ -42,12 +42,10 @@ TEST(GameMove, RandomGamesFollowTheReferenceBoard) {
       ApplyGameMove(TextToMove(text.c_str(), true));
       // The incremental key is exact before any rebuild.
       ASSERT_EQ(position.state.key, PositionKey(&position, sideToMove)) << start << " " << text;
-      uint64_t key = position.state.key, pawn_key = position.state.pawnKey;
+      uint64_t key = position.state.key;
       RebuildDerived(&position);
       ASSERT_EQ(position.state.key, key);
       ASSERT_EQ(engine_fen(), board.Fen(false)) << "after " << text;
-      // pawnKey follows the rights only; pieces come with the rebuild.
-      (void)pawn_key;
       ASSERT_TRUE(IsPositionConsistent()) << board.Fen(false);
       ASSERT_EQ(position.state.historyCount, uint32_t(ply + 1));
       for (int i = 0; i <= ply; ++i) ASSERT_EQ(position.keyHistory[i], keys[i]);
