@@ -12,6 +12,7 @@
 #include "clock/search_end.h"
 #include "platform/input.h"
 #include "report/output.h"
+#include "search/ordering_tables.h"
 #include "search/root_list.h"
 #include "shell/identity.h"
 
@@ -122,7 +123,10 @@ void parse_position_line(const char* line) {
   RebuildDerived(&position);
 }
 
-void new_game_reset() { clear_root_list(); }
+void new_game_reset() {
+  clear_root_list();
+  ResetOrderingTables();
+}
 
 void dispatch_command(char* line) {
   if (starts_with(line, "quit", 4)) fatal_exit("Quit command received");

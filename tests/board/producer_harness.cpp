@@ -1,0 +1,99 @@
+#include "board/producer_harness.h"
+
+#include "board/make_unmake.h"
+#include "board/move_producers.h"
+#include "board/position.h"
+#include "clock/node_count.h"
+#include "eval/attack_maps.h"
+#include "eval/capture_lists.h"
+
+namespace harness {
+
+namespace {
+
+template <int Us>
+Bitboard RunCaptureList(int variant, Move* list, NodeRecord* node, Move hashMove, int row) {
+  const Bitboard targets = position.colourBits[Us ^ 1];
+  switch (variant) {
+    case QUIESCE_NARROW: return CaptureList<Us, QUIESCE_NARROW>(list, targets, node, hashMove, row);
+    case QUIESCE_MIDDLE: return CaptureList<Us, QUIESCE_MIDDLE>(list, targets, node, hashMove, row);
+    case QUIESCE_WIDE: return CaptureList<Us, QUIESCE_WIDE>(list, targets, node, hashMove, row);
+    case CAPTURES_NARROW: return CaptureList<Us, CAPTURES_NARROW>(list, targets, node, hashMove, row);
+    case CAPTURES_WIDE: return CaptureList<Us, CAPTURES_WIDE>(list, targets, node, hashMove, row);
+    case RESTRICTED_HIGH: return CaptureList<Us, RESTRICTED_HIGH>(list, targets, node, hashMove, row);
+    case RESTRICTED_MIDDLE: return CaptureList<Us, RESTRICTED_MIDDLE>(list, targets, node, hashMove, row);
+    default: return CaptureList<Us, RESTRICTED_LOW>(list, targets, node, hashMove, row);
+  }
+}
+
+template <int Us>
+bool KingAttacked() {
+  constexpr int Them = Us ^ 1;
+  const Bitboard* men = position.pieceBits;
+  const int k = int(position.kingSquare[Us]);
+  const Bitboard occ = position.occupied;
+  return (RookAttacks(k, occ) & (men[ROOK_INDEX + Them] | men[QUEEN_INDEX + Them])) ||
+         (BishopAttacks(k, occ) & (men[BISHOP_INDEX + Them] | men[QUEEN_INDEX + Them])) ||
+         (KNIGHT_ATTACKS[k] & men[KNIGHT_INDEX + Them]) || (PawnSources<Them>(k) & men[PAWN_INDEX + Them]) ||
+         (KING_ATTACKS[k] & men[KING_INDEX + Them]);
+}
+
+template <int Us>
+int Produce(Move* list, int variant, NodeRecord* node, Move hashMove, int row) {
+  Move* start = list;
+  *list = 0;
+  if (KingAttacked<Us>()) {
+    GenerateEvasions<Us>(list, ~position.colourBits[Us], true);
+  } else {
+    if (hashMove) *list++ = hashMove;
+    *list = 0;
+    AttackMaps(node);
+    RunCaptureList<Us>(variant, list, node, hashMove, row);
+    GenerateQuiets<Us>(list, node, row);
+    GenerateUnderpromotions<Us>(list, node);
+  }
+  while (*list) ++list;
+  return int(list - start);
+}
+
+// A bishop promotion from a queen promotion word.
+constexpr Move BishopFromQueen(Move queen) { return (queen & ~PROMOTION_CLEAR) | (PROMOTE_BISHOP & ~Move(0xc0)); }
+
+template <int Us>
+uint64_t Perft(NodeRecord* node, int depth) {
+  Move list[256];
+  const int n = Produce<Us>(list, CAPTURES_WIDE, node, 0, 0);
+  uint64_t count = 0;
+  for (int i = 0; i < n; ++i) {
+    const Move tries[2] = {list[i], is_promotion(list[i]) && (list[i] & PROMOTION_QUEEN) == PROMOTION_QUEEN
+                                        ? BishopFromQueen(list[i])
+                                        : 0};
+    for (const Move m : tries) {
+      if (!m) continue;
+      SavedState saved;
+      MakeMove<Us>(m, &saved, node);
+      if (!KingAttacked<Us>()) count += depth == 1 ? 1 : Perft<Us ^ 1>(node + 1, depth - 1);
+      UnmakeMove<Us>(m, &saved);
+    }
+  }
+  return count;
+}
+
+}  // namespace
+
+std::vector<Move> ProduceAll(int side, int variant, NodeRecord* node, Move hashMove, int historyRow) {
+  Move list[512];
+  const int n = side == WHITE ? Produce<WHITE>(list, variant, node, hashMove, historyRow)
+                              : Produce<BLACK>(list, variant, node, hashMove, historyRow);
+  return std::vector<Move>(list, list + n);
+}
+
+bool InCheck(int side) { return side == WHITE ? KingAttacked<WHITE>() : KingAttacked<BLACK>(); }
+
+uint64_t EnginePerft(int side, int depth) {
+  static NodeRecord stack[64];
+  node_countdown = int64_t(1) << 62;  // no periodic check inside the count
+  return side == WHITE ? Perft<WHITE>(&stack[1], depth) : Perft<BLACK>(&stack[1], depth);
+}
+
+}  // namespace harness

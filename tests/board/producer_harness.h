@@ -1,0 +1,34 @@
+// Drives the engine's own list makers and producers the way a node does:
+// in check the evasions, otherwise a capture list, then the quiet moves and
+// the underpromotions. Shared by the producer tests and the perft test.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "board/types.h"
+#include "eval/node_record.h"
+
+namespace harness {
+
+// Node records with a parent: stack[1] is the node, stack[0] its parent.
+struct NodeStack {
+  NodeRecord records[4];
+  NodeRecord* node() { return &records[1]; }
+};
+
+// Every move word the node would produce for the side to move on the global
+// position: out of check the hash move first when given (a full word from
+// HashMoveToMove), then the capture list of `variant` with all enemy men as
+// targets, the quiet list and the underpromotions; in check the evasions
+// with every underpromotion. The node's attack maps are written first.
+std::vector<Move> ProduceAll(int side, int variant, NodeRecord* node, Move hashMove, int historyRow = 0);
+
+bool InCheck(int side);
+
+// Moves of the engine's producers counted to `depth`, legality by the king
+// test after the make; each queen promotion is counted once more for the
+// bishop promotion that the engine never produces.
+uint64_t EnginePerft(int side, int depth);
+
+}  // namespace harness

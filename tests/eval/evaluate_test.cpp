@@ -1,0 +1,583 @@
+// The evaluator frame and the attack map writers. Scores are checked against
+// values worked out from the table entries and the blend as stated; the maps
+// against a slow square-by-square walk over the reference board, which shares
+// no tables with the engine.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "board/position.h"
+#include "board/reference_moves.h"
+#include "eval/attack_maps.h"
+#include "eval/eval_settings.h"
+#include "eval/evaluate.h"
+#include "eval/material.h"
+#include "eval/piece_square.h"
+
+namespace {
+
+using reference::Board;
+
+// Restores the option values after every test that changes them.
+class EvaluateTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    savedSettings_ = eval_settings;
+    savedSign_ = play_mode_sign;
+    eval_settings = EvalSettings{};
+    play_mode_sign = 1;
+  }
+  void TearDown() override {
+    eval_settings = savedSettings_;
+    play_mode_sign = savedSign_;
+  }
+
+ private:
+  EvalSettings savedSettings_;
+  int32_t savedSign_ = 1;
+};
+
+using EvaluateFrame = EvaluateTest;
+using EvaluateSettings = EvaluateTest;
+using EvaluateSymmetry = EvaluateTest;
+using AttackMapsTest = EvaluateTest;
+
+// A record with the side fields as the root driver writes them and the
+// written fields filled with junk, so that a field left alone shows.
+NodeRecord RecordFor(int side) {
+  NodeRecord node;
+  std::memset(&node, 0xa5, sizeof node);
+  node.sideIndex = side;
+  node.sideSign = side == WHITE ? 1 : -1;
+  node.otherSign = -node.sideSign;
+  node.approximate = 1;
+  return node;
+}
+
+int32_t EvaluateFen(const std::string& fen, NodeRecord* out = nullptr) {
+  EXPECT_EQ(SetPositionFromFen(fen.c_str()), 1) << fen;
+  NodeRecord node = RecordFor(sideToMove);
+  const int32_t score = Evaluate(&node);
+  if (out) *out = node;
+  return score;
+}
+
+// Positions reached by random playouts from the start, of varied length.
+std::vector<Board> RandomPositions(int count, uint64_t seed) {
+  std::mt19937_64 rng(seed);
+  std::vector<Board> boards;
+  while (int(boards.size()) < count) {
+    Board board;
+    const int plies = int(rng() % 140);
+    for (int i = 0; i < plies; ++i)
+      if (!board.PlayRandom(rng)) break;
+    boards.push_back(board);
+  }
+  return boards;
+}
+
+// Men scattered at random, crowded with sliders so that batteries of every
+// kind turn up; not reachable positions, but the maps do not care.
+std::vector<Board> RandomPlacements(int count, uint64_t seed) {
+  std::mt19937_64 rng(seed);
+  std::vector<Board> boards;
+  while (int(boards.size()) < count) {
+    char squares[64];
+    std::memset(squares, 0, sizeof squares);
+    const int whiteKing = int(rng() % 64);
+    int blackKing;
+    do blackKing = int(rng() % 64);
+    while (std::abs(square_file(blackKing) - square_file(whiteKing)) <= 1 &&
+           std::abs(square_rank(blackKing) - square_rank(whiteKing)) <= 1);
+    squares[whiteKing] = 'K';
+    squares[blackKing] = 'k';
+    const int men = 6 + int(rng() % 18);
+    for (int i = 0; i < men; ++i) {
+      const int sq = int(rng() % 64);
+      if (squares[sq]) continue;
+      const char man = "PNBRQQRBpnbrqqrb"[rng() % 16];
+      if ((man == 'P' || man == 'p') && (square_rank(sq) == 0 || square_rank(sq) == 7)) continue;
+      squares[sq] = man;
+    }
+    std::string fen;
+    for (int rank = 7; rank >= 0; --rank) {
+      int empty = 0;
+      for (int file = 0; file < 8; ++file) {
+        const char c = squares[rank * 8 + file];
+        if (!c) {
+          ++empty;
+          continue;
+        }
+        if (empty) fen += char('0' + empty);
+        empty = 0;
+        fen += c;
+      }
+      if (empty) fen += char('0' + empty);
+      if (rank) fen += '/';
+    }
+    fen += rng() % 2 ? " w - -" : " b - -";
+    Board board;
+    if (board.SetFen(fen)) boards.push_back(board);
+  }
+  return boards;
+}
+
+// --- Colour flip ---------------------------------------------------------------
+
+char SwapCase(char c) {
+  if (c >= 'a' && c <= 'z') return char(c - 'a' + 'A');
+  if (c >= 'A' && c <= 'Z') return char(c - 'A' + 'a');
+  return c;
+}
+
+// Ranks mirrored, every man of the other colour, rights and en passant
+// square turned with them, the other side to move.
+std::string FlipFen(const std::string& fen) {
+  std::istringstream in(fen);
+  std::string placement, side, castling, ep;
+  in >> placement >> side >> castling >> ep;
+  std::vector<std::string> ranks;
+  std::stringstream rows(placement);
+  for (std::string rank; std::getline(rows, rank, '/');) ranks.push_back(rank);
+  std::reverse(ranks.begin(), ranks.end());
+  std::string flipped;
+  for (size_t i = 0; i < ranks.size(); ++i) {
+    if (i) flipped += '/';
+    for (char c : ranks[i]) flipped += SwapCase(c);
+  }
+  std::string rights;
+  for (char c : std::string("KQkq"))
+    if (castling.find(SwapCase(c)) != std::string::npos) rights += c;
+  if (rights.empty()) rights = "-";
+  if (ep != "-") ep[1] = ep[1] == '3' ? '6' : '3';
+  return flipped + (side == "w" ? " b " : " w ") + rights + " " + ep;
+}
+
+// Whether the material fields read the same rows for both colours: the queen
+// digit exists only for White, and counts past a digit's range run into the
+// next digit, so only normal counts and queens on both sides or neither.
+bool MaterialIsSymmetric(const Board& b) {
+  using namespace reference;
+  const int wq = b.Count(QUEEN), bq = b.Count(-QUEEN);
+  if (wq > 1 || bq > 1 || (wq > 0) != (bq > 0)) return false;
+  for (int man : {KNIGHT, BISHOP, ROOK})
+    if (b.Count(man) > 2 || b.Count(-man) > 2) return false;
+  int bishopsOn[2][2] = {};
+  for (int sq = 0; sq < 64; ++sq) {
+    const int man = b.ManAt(sq);
+    if (std::abs(man) == BISHOP) ++bishopsOn[man > 0 ? 0 : 1][(square_file(sq) + square_rank(sq)) & 1];
+  }
+  for (auto& colour : bishopsOn)
+    for (int n : colour)
+      if (n > 1) return false;
+  return true;
+}
+
+// --- Reference attack maps -------------------------------------------------------
+
+struct RefMaps {
+  Bitboard byKind[2][7] = {};  // by colour and reference man kind
+  Bitboard all[2] = {};
+};
+
+// Walks every man's moves on the reference board. With `xray`, bishops and
+// rooks pass over their own queens and a queen over her own rooks on ranks
+// and files.
+RefMaps ReferenceMaps(const Board& board, bool xray) {
+  using namespace reference;
+  RefMaps maps;
+  auto onBoard = [](int f, int r) { return f >= 0 && f < 8 && r >= 0 && r < 8; };
+  for (int sq = 0; sq < 64; ++sq) {
+    const int man = board.ManAt(sq);
+    if (man == EMPTY) continue;
+    const int colour = man > 0 ? 0 : 1, kind = std::abs(man);
+    const int f0 = square_file(sq), r0 = square_rank(sq);
+    Bitboard set = 0;
+    auto step = [&](int df, int dr) {
+      if (onBoard(f0 + df, r0 + dr)) set |= bit((r0 + dr) * 8 + f0 + df);
+    };
+    auto ray = [&](int df, int dr, int seeThrough) {
+      for (int f = f0 + df, r = r0 + dr; onBoard(f, r); f += df, r += dr) {
+        set |= bit(r * 8 + f);
+        const int there = board.ManAt(r * 8 + f);
+        if (there == EMPTY) continue;
+        const bool own = (there > 0) == (colour == 0);
+        if (!(xray && own && std::abs(there) == seeThrough)) break;
+      }
+    };
+    const int forward = colour == 0 ? 1 : -1;
+    switch (kind) {
+      case PAWN:
+        step(-1, forward);
+        step(1, forward);
+        break;
+      case KNIGHT:
+        for (auto [df, dr] : {std::pair{1, 2}, {2, 1}, {2, -1}, {1, -2}, {-1, -2}, {-2, -1}, {-2, 1}, {-1, 2}})
+          step(df, dr);
+        break;
+      case KING:
+        for (int df = -1; df <= 1; ++df)
+          for (int dr = -1; dr <= 1; ++dr)
+            if (df || dr) step(df, dr);
+        break;
+      default:
+        if (kind == BISHOP || kind == QUEEN)
+          for (auto [df, dr] : {std::pair{1, 1}, {1, -1}, {-1, 1}, {-1, -1}})
+            ray(df, dr, kind == BISHOP ? QUEEN : EMPTY);
+        if (kind == ROOK || kind == QUEEN)
+          for (auto [df, dr] : {std::pair{1, 0}, {-1, 0}, {0, 1}, {0, -1}}) ray(df, dr, kind == ROOK ? QUEEN : ROOK);
+        break;
+    }
+    maps.byKind[colour][kind] |= set;
+    maps.all[colour] |= set;
+  }
+  return maps;
+}
+
+// Men of `colour` other than the king that are attacked and undefended, or
+// attacked by a cheaper man: N, B, R, Q by a pawn; R, Q by a knight or
+// bishop; Q by a rook.
+Bitboard ReferenceThreatened(const Board& board, const RefMaps& maps, int colour) {
+  using namespace reference;
+  const int enemy = 1 - colour;
+  Bitboard set = 0;
+  for (int sq = 0; sq < 64; ++sq) {
+    const int man = board.ManAt(sq);
+    if (man == EMPTY || (man > 0) != (colour == 0) || std::abs(man) == KING) continue;
+    const int kind = std::abs(man);
+    const Bitboard b = bit(sq);
+    const bool attacked = maps.all[enemy] & b, defended = maps.all[colour] & b;
+    bool cheaper = false;
+    if (kind != PAWN && (maps.byKind[enemy][PAWN] & b)) cheaper = true;
+    if ((kind == ROOK || kind == QUEEN) && ((maps.byKind[enemy][KNIGHT] | maps.byKind[enemy][BISHOP]) & b))
+      cheaper = true;
+    if (kind == QUEEN && (maps.byKind[enemy][ROOK] & b)) cheaper = true;
+    if ((attacked && !defended) || cheaper) set |= b;
+  }
+  return set;
+}
+
+// --- Score pieces computed from the tables ---------------------------------------
+
+struct Halves {
+  int32_t opening = 0, endgame = 0;
+};
+
+// Sum of the piece-square pairs of every man, split per man, without any bias.
+Halves PieceSquareHalves(const Board& board) {
+  Halves h;
+  for (int sq = 0; sq < 64; ++sq) {
+    const int man = board.ManAt(sq);
+    if (man == 0) continue;
+    const int index = (std::abs(man) - 1) * 2 + (man > 0 ? 0 : 1);
+    const int32_t v = int32_t(uint32_t(PIECE_SQUARE_VALUES[index * 64 + sq]));
+    const int32_t e = int16_t(uint16_t(v & 0xffff));
+    h.endgame += e;
+    h.opening += (v - e) / 65536;
+  }
+  return h;
+}
+
+// ================================================================================
+
+TEST_F(EvaluateFrame, StartPositionIsTheTempoForEitherSide) {
+  NodeRecord node;
+  ASSERT_EQ(SetPositionFromFen(START_FEN), 1);
+  node = RecordFor(WHITE);
+  EXPECT_EQ(Evaluate(&node), 2);
+  EXPECT_EQ(node.positionalScore, 2);
+  EXPECT_EQ(node.approximate, 0);
+  // The tempo follows the record, not the global side to move.
+  node = RecordFor(BLACK);
+  EXPECT_EQ(Evaluate(&node), -2);
+  EXPECT_EQ(node.positionalScore, -2);
+  EXPECT_EQ(EvaluateFen("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR b KQkq -"), -2);
+}
+
+TEST_F(EvaluateFrame, NeverWritesStaticScore) {
+  ASSERT_EQ(SetPositionFromFen(START_FEN), 1);
+  NodeRecord node = RecordFor(WHITE);
+  node.staticScore = 12345;
+  Evaluate(&node);
+  EXPECT_EQ(node.staticScore, 12345);
+}
+
+TEST_F(EvaluateFrame, BareKingsKeepTheScaledEndgameTempo) {
+  // 44 / 10 = 4, times 192 / 128.
+  EXPECT_EQ(EvaluateFen("8/8/4k3/8/8/3K4/8/8 w - -"), 6);
+  EXPECT_EQ(EvaluateFen("8/8/4k3/8/8/3K4/8/8 b - -"), -6);
+}
+
+// Three white queens after promotions: the phase passes 256, the endgame
+// weight goes negative, and the blend uses it as it is.
+TEST_F(EvaluateFrame, PhaseAboveFullBlendsWithoutClamp) {
+  const std::string fen = "rnb1kbnr/pppppppp/8/8/8/2Q2Q2/PPPPPP2/RNBQKBNR w - -";
+  Board board;
+  ASSERT_TRUE(board.SetFen(fen));
+
+  // Phase by piece weights N 4, B 8, R 24, Q 56.
+  const int phase = 4 * 4 + 8 * 4 + 24 * 4 + 56 * 3;
+  ASSERT_EQ(phase, 312);
+  // Material row by digit weights, with the queen count running past its digit.
+  const int index = 3 * 1 + 2 * 2 + 2 * 6 + 2 * 18 + 2 * 54 + 2 * 162 + 2 * 486 + 6 * 1458 + 8 * 13122;
+  ASSERT_LT(index, MATERIAL_TABLE_SIZE);
+  const int balance = (3 * 10 + 2 * 5 + 4 * 3 + 6) - (2 * 5 + 4 * 3 + 8);
+  const int32_t material = MATERIAL_TABLE[index] + balance * 1024;
+  // Bishops: c1 dark, f1 light, c8 light, f8 dark. Queens 3 at the white queen bit.
+  const uint32_t scaleIndex = 1 + 2 + 4 + 8 + 3 * 16 + 2 * 64 + 2 * 256 + 2 * 1024 + 2 * 4096;
+  const int32_t scale = SCALE_TABLE[scaleIndex];
+
+  for (int side : {WHITE, BLACK}) {
+    ASSERT_EQ(SetPositionFromFen(fen.c_str()), 1);
+    ASSERT_EQ(int(position.state.materialSignature >> 25 & 0x1ff), phase);
+    NodeRecord node = RecordFor(side);
+    const int32_t got = Evaluate(&node);
+
+    Halves h = PieceSquareHalves(board);  // no castling rights, so nothing else in the sum
+    h.opening += node.sideSign * 22;
+    h.endgame += node.sideSign * 44;
+    const int32_t blend = (h.endgame * (256 - phase) + h.opening * phase) / 256;
+    const int32_t expected = (blend + material) / 10 * scale / 128;
+    const int32_t clamped = ((h.endgame * 0 + h.opening * 256) / 256 + material) / 10 * scale / 128;
+    ASSERT_NE(expected, clamped) << "the position does not tell a clamp from none";
+    EXPECT_EQ(got, expected) << "side " << side;
+    EXPECT_EQ(node.positionalScore, expected - material / 10);
+    EXPECT_EQ(node.approximate, 0);
+  }
+}
+
+TEST_F(EvaluateFrame, TwiceGivesTheSameScoreAndMaps) {
+  for (const Board& board : RandomPositions(100, 7)) {
+    ASSERT_EQ(SetPositionFromFen(board.Fen(false).c_str()), 1);
+    NodeRecord first = RecordFor(board.Side()), second = RecordFor(board.Side());
+    const int32_t a = Evaluate(&first);
+    const int32_t b = Evaluate(&second);
+    EXPECT_EQ(a, b);
+    EXPECT_EQ(first.positionalScore, second.positionalScore);
+    EXPECT_EQ(first.whiteAttacks, second.whiteAttacks);
+    EXPECT_EQ(first.blackAttacks, second.blackAttacks);
+    EXPECT_EQ(first.blackThreatened, second.blackThreatened);
+    EXPECT_EQ(first.whiteThreatened, second.whiteThreatened);
+  }
+}
+
+// --- Settings --------------------------------------------------------------------
+
+TEST_F(EvaluateSettings, NoiseStaysWithinTwoAndDependsOnKeyAndSetting) {
+  std::mt19937_64 rng(11);
+  std::set<int32_t> seen;
+  for (const Board& board : RandomPositions(150, 13)) {
+    ASSERT_EQ(SetPositionFromFen(board.Fen(false).c_str()), 1);
+    NodeRecord node = RecordFor(board.Side());
+    eval_settings.randomValue = 0;
+    const int32_t quiet = Evaluate(&node);
+    eval_settings.randomValue = int32_t(1 + rng() % 4095);
+    const int32_t noisy = Evaluate(&node);
+    EXPECT_EQ(Evaluate(&node), noisy) << "the same position and setting give the same noise";
+    const int32_t noise = noisy - quiet;
+    EXPECT_GE(noise, -2);
+    EXPECT_LE(noise, 2);
+    const int32_t expected =
+        int32_t(((uint64_t(eval_settings.randomValue) ^ position.state.key) & 0xfff) % 5) - 2;
+    EXPECT_EQ(noise, expected);
+    seen.insert(noise);
+  }
+  EXPECT_EQ(seen.size(), 5u) << "every noise value should turn up over many positions";
+}
+
+TEST_F(EvaluateSettings, NoiseComesBeforeTheRookEndingScaling) {
+  const char* fen = "4k3/3r4/8/8/8/8/3R4/4K3 w - -";  // one rook each, nothing else
+  ASSERT_EQ(SetPositionFromFen(fen), 1);
+  NodeRecord node = RecordFor(WHITE);
+  const uint64_t key = position.state.key;
+  int32_t random = 1;
+  while (((uint64_t(random) ^ key) & 0xfff) % 5 == 2) ++random;  // a non-zero noise
+  eval_settings.randomValue = random;
+  eval_settings.rookEndgameScaling = 0;
+  EXPECT_EQ(Evaluate(&node), 0) << "a scaling of 0 wipes out the noise too";
+  eval_settings.rookEndgamePenalty = 500;
+  EXPECT_EQ(Evaluate(&node), -50) << "the penalty is still added after the scaling";
+  play_mode_sign = -1;
+  EXPECT_EQ(Evaluate(&node), 50);
+  // With no noise and the default scaling the rook ending is just the tempo.
+  eval_settings = EvalSettings{};
+  play_mode_sign = 1;
+  const int32_t plain = Evaluate(&node);
+  eval_settings.rookEndgameScaling = 200;
+  EXPECT_EQ(Evaluate(&node), plain * 2);
+}
+
+TEST_F(EvaluateSettings, RookEndingRulesNeedExactlyOneRookEach) {
+  // A knight beside the rooks: scaling and penalty do not apply.
+  ASSERT_EQ(SetPositionFromFen("4k3/3r4/8/8/8/8/3R4/4K1N1 w - -"), 1);
+  NodeRecord node = RecordFor(WHITE);
+  const int32_t plain = Evaluate(&node);
+  eval_settings.rookEndgameScaling = 0;
+  eval_settings.rookEndgamePenalty = 1000;
+  EXPECT_EQ(Evaluate(&node), plain);
+}
+
+TEST_F(EvaluateSettings, OppositeBishopPenaltiesSpeakForTheEngineSide) {
+  // White bishop on c4 (light), Black bishop on c5 (dark), pawns only beside them.
+  ASSERT_EQ(SetPositionFromFen("4k3/pp6/8/2b5/2B5/8/PP6/4K3 w - -"), 1);
+  NodeRecord node = RecordFor(WHITE);
+  const int32_t plain = Evaluate(&node);
+  eval_settings.oppositeBishopsPenalty = 1000;
+  EXPECT_EQ(Evaluate(&node), plain - 100);
+  play_mode_sign = -1;
+  EXPECT_EQ(Evaluate(&node), plain + 100);
+  play_mode_sign = 1;
+  eval_settings.oppositeBishopsEndgamePenalty = 500;
+  EXPECT_EQ(Evaluate(&node), plain - 150) << "no other piece: the endgame penalty too";
+
+  // A knight each: only the first penalty.
+  ASSERT_EQ(SetPositionFromFen("4k1n1/pp6/8/2b5/2B5/8/PP6/4K1N1 w - -"), 1);
+  eval_settings = EvalSettings{};
+  const int32_t withKnights = Evaluate(&node);
+  eval_settings.oppositeBishopsPenalty = 1000;
+  eval_settings.oppositeBishopsEndgamePenalty = 500;
+  EXPECT_EQ(Evaluate(&node), withKnights - 100);
+
+  // Bishops on the same colour: nothing.
+  ASSERT_EQ(SetPositionFromFen("4k3/pp6/8/3b4/2B5/8/PP6/4K3 w - -"), 1);
+  eval_settings = EvalSettings{};
+  const int32_t sameColour = Evaluate(&node);
+  eval_settings.oppositeBishopsPenalty = 1000;
+  EXPECT_EQ(Evaluate(&node), sameColour);
+}
+
+// --- Symmetry --------------------------------------------------------------------
+
+TEST(EvaluateFlipFen, TurnsEverythingOver) {
+  EXPECT_EQ(FlipFen("r3k2r/8/8/3pP3/8/8/8/R3K3 w Qkq d6"), "r3k3/8/8/8/3Pp3/8/8/R3K2R b KQq d3");
+  const std::string fen = "rnbqkbnr/pp1ppppp/8/2p5/4P3/5N2/PPPP1PPP/RNBQKB1R b KQkq -";
+  EXPECT_EQ(FlipFen(FlipFen(fen)), fen);
+}
+
+TEST_F(EvaluateSymmetry, ColourFlipNegatesTheScoreAndSwapsTheMaps) {
+  int checked = 0;
+  for (const Board& board : RandomPositions(600, 3)) {
+    if (!MaterialIsSymmetric(board)) continue;
+    const std::string fen = board.Fen(false);
+    NodeRecord a, b;
+    const int32_t score = EvaluateFen(fen, &a);
+    const int32_t flipped = EvaluateFen(FlipFen(fen), &b);
+    ASSERT_EQ(flipped, -score) << fen;
+    EXPECT_EQ(b.positionalScore, -a.positionalScore) << fen;
+    EXPECT_EQ(b.whiteAttacks, __builtin_bswap64(a.blackAttacks)) << fen;
+    EXPECT_EQ(b.blackAttacks, __builtin_bswap64(a.whiteAttacks)) << fen;
+    EXPECT_EQ(b.whiteThreatened, __builtin_bswap64(a.blackThreatened)) << fen;
+    EXPECT_EQ(b.blackThreatened, __builtin_bswap64(a.whiteThreatened)) << fen;
+    ++checked;
+  }
+  EXPECT_GE(checked, 300);
+}
+
+// --- Attack maps -----------------------------------------------------------------
+
+TEST_F(AttackMapsTest, EvaluateMapsMatchTheReferenceWalk) {
+  std::vector<Board> boards = RandomPositions(400, 5);
+  const std::vector<Board> crowded = RandomPlacements(400, 6);
+  boards.insert(boards.end(), crowded.begin(), crowded.end());
+  for (const Board& board : boards) {
+    ASSERT_EQ(SetPositionFromFen(board.Fen(false).c_str()), 1);
+    NodeRecord node = RecordFor(board.Side());
+    Evaluate(&node);
+    const RefMaps maps = ReferenceMaps(board, true);
+    const std::string fen = board.Fen(false);
+    EXPECT_EQ(node.whiteAttacks, maps.all[WHITE]) << fen;
+    EXPECT_EQ(node.blackAttacks, maps.all[BLACK]) << fen;
+    EXPECT_EQ(node.blackThreatened, ReferenceThreatened(board, maps, BLACK)) << fen;
+    EXPECT_EQ(node.whiteThreatened, ReferenceThreatened(board, maps, WHITE)) << fen;
+  }
+}
+
+TEST_F(AttackMapsTest, WritersAgreeWithEvaluate) {
+  std::vector<Board> boards = RandomPositions(400, 9);
+  const std::vector<Board> crowded = RandomPlacements(400, 10);
+  boards.insert(boards.end(), crowded.begin(), crowded.end());
+  for (const Board& board : boards) {
+    ASSERT_EQ(SetPositionFromFen(board.Fen(false).c_str()), 1);
+    NodeRecord evaluated = RecordFor(board.Side()), mapped = RecordFor(board.Side());
+    Evaluate(&evaluated);
+    AttackMaps(&mapped);
+    const std::string fen = board.Fen(false);
+    EXPECT_EQ(mapped.whiteAttacks, evaluated.whiteAttacks) << fen;
+    EXPECT_EQ(mapped.blackAttacks, evaluated.blackAttacks) << fen;
+    EXPECT_EQ(mapped.blackThreatened, evaluated.blackThreatened) << fen;
+    EXPECT_EQ(mapped.whiteThreatened, evaluated.whiteThreatened) << fen;
+
+    // Plain lookups: the set of squares a white man attacks.
+    NodeRecord white = RecordFor(board.Side());
+    AttackedByWhite(&white);
+    EXPECT_EQ(white.whiteAttacks, ReferenceMaps(board, false).all[WHITE]) << fen;
+    EXPECT_EQ(white.blackAttacks, RecordFor(board.Side()).blackAttacks) << "only the white word is written";
+  }
+}
+
+TEST_F(AttackMapsTest, BatteriesCountWithTheBackMan) {
+  NodeRecord node;
+  // Bishop a1 behind the queen b2 reaches the rook e5, which the pawn f6
+  // defends: the rook is attacked by something cheaper.
+  EvaluateFen("4k3/8/5p2/4r3/8/8/1Q6/B3K3 w - -", &node);
+  EXPECT_TRUE(node.blackThreatened & bit(36));
+  AttackMaps(&node);
+  EXPECT_TRUE(node.blackThreatened & bit(36));
+  // Without the bishop only the queen attacks it, and it is defended.
+  EvaluateFen("4k3/8/5p2/4r3/8/8/1Q6/4K3 w - -", &node);
+  EXPECT_FALSE(node.blackThreatened & bit(36));
+
+  // Rooks behind queens on the a-file: each queen is attacked by the enemy
+  // rook through her own queen, and defended.
+  EvaluateFen("r3k3/q7/8/8/8/8/Q7/R3K3 w - -", &node);
+  EXPECT_TRUE(node.blackThreatened & bit(48));  // a7
+  EXPECT_TRUE(node.whiteThreatened & bit(8));   // a2
+  EvaluateFen("4k3/q7/8/8/8/8/Q7/4K3 w - -", &node);
+  EXPECT_TRUE(node.blackThreatened & bit(48)) << "undefended queens are loose";
+  EvaluateFen("1k6/q7/8/8/8/8/Q7/1K6 w - -", &node);
+  EXPECT_FALSE(node.blackThreatened & bit(48)) << "defended, attacked only by the queen";
+  EXPECT_FALSE(node.whiteThreatened & bit(8));
+
+  // A rook is no window for a bishop: c3 stays unattacked.
+  EvaluateFen("4k3/8/8/8/8/8/1R6/B3K3 w - -", &node);
+  EXPECT_FALSE(node.whiteAttacks & bit(18));
+}
+
+TEST_F(AttackMapsTest, KingsNeverCountAsMenInDanger) {
+  NodeRecord node;
+  // Black king in check from the rook, with nothing to defend it.
+  EvaluateFen("4k3/8/8/8/8/8/8/4R1K1 b - -", &node);
+  EXPECT_TRUE(node.whiteAttacks & bit(60));
+  EXPECT_EQ(node.blackThreatened, 0u);
+  AttackMaps(&node);
+  EXPECT_EQ(node.blackThreatened, 0u);
+}
+
+TEST_F(AttackMapsTest, MenInDangerByKind) {
+  NodeRecord node;
+  // A pawn attacks a defended knight: threatened. A knight attacks a defended
+  // pawn: not. A knight attacks a defended rook: threatened.
+  EvaluateFen("4k3/8/3p4/2n1p3/3P4/5N2/8/4K3 w - -", &node);
+  EXPECT_TRUE(node.blackThreatened & bit(34));   // c5 knight, defended by d6
+  EXPECT_FALSE(node.blackThreatened & bit(36));  // e5 pawn, defended by d6
+  EvaluateFen("4k3/8/3p4/4r3/8/5N2/8/4K3 w - -", &node);
+  EXPECT_TRUE(node.blackThreatened & bit(36));   // e5 rook, defended by d6
+  // A rook attacks a defended queen: threatened; a queen attacks a defended queen: not.
+  EvaluateFen("4k3/3r4/8/3q4/8/8/8/3RK3 w - -", &node);
+  EXPECT_TRUE(node.blackThreatened & bit(35));
+  EvaluateFen("4k3/3r4/8/3q4/8/8/8/3QK3 w - -", &node);
+  EXPECT_FALSE(node.blackThreatened & bit(35));
+  // The white queen is defended by her king, but the rook d7 reaches her
+  // through its own queen.
+  EXPECT_TRUE(node.whiteThreatened & bit(3));
+}
+
+}  // namespace
