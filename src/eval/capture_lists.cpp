@@ -212,16 +212,32 @@ class ListMaker {
       // A flight square is one next to their king that is free of their men,
       // not covered by us after the move, and off the checking line through
       // the king. A man of theirs that can take the checker at all, even at a
-      // loss, is an escape as well.
+      // loss, or step into the line is an escape as well: the mark below
+      // stands for a king capture, so it must never be given to a check that
+      // can be answered.
       const Bitboard through = attacksThrough_;
       const Bitboard flights = KING_ATTACKS[ek_] & ~theirs_ & ~guarded & ~through;
       const Bitboard takers = Attackers(to, newOcc) & theirs_ & ~bit(ek_);
-      if (!flights && !takers) return CHECK_NO_ESCAPE;
+      if (!flights && !takers && !CanInterpose(to, newOcc)) return CHECK_NO_ESCAPE;
       return CHECK_UNBLOCKABLE;
     }
     if (answer < 4) return CHECK_POORLY_BLOCKED;
     if (answer < 128) return CHECK_BLOCKABLE;
     return CHECK_ANSWERED;
+  }
+
+  // Can a man of theirs other than the king step onto a square between the
+  // checker on `to` and their king? Pins are not looked at.
+  bool CanInterpose(int to, Bitboard occupancy) const {
+    const Bitboard line = LINE_PAIR[ek_ * 64 + to].between & ~bit(to);
+    if (!line) return false;
+    const Bitboard pawns = men_[PAWN_INDEX + Them];
+    const Bitboard single = PawnStep<Them>(pawns) & ~occupancy;
+    const Bitboard pushes = single | (PawnStep<Them>(single & DOUBLE_STEP_MIDDLE<Them>) & ~occupancy);
+    if (pushes & line) return true;
+    for (Bitboard b = line; b; b &= b - 1)
+      if (Attackers(lowest_square(b), occupancy) & theirs_ & ~pawns & ~bit(ek_)) return true;
+    return false;
   }
 
   // Every man of either colour that attacks `square` on `occupancy`.
@@ -264,11 +280,11 @@ class ListMaker {
     else checkSquares = checkLines_[0] | checkLines_[1];
     const Move origin = Move(from) << 10;
 
-    for (Bitboard b = reach & targets_; b; b &= b - 1) {
+    for (Bitboard b = reach & theirs_ & (targets_ | checkSquares); b; b &= b - 1) {
       const int to = lowest_square(b);
       Move word = (origin | Move(to)) ^ w.tmpl ^ (p_.board[to] & w.mask);
       if (checkSquares >> to & 1) word = CheckingCapture<Kind>(from, to, word, w.checkStake);
-      Emit(word);
+      if (word) Emit(word);
     }
     Bitboard quiet = reach & ~occ_;
     for (Bitboard b = quiet & checkSquares; b; b &= b - 1) {
@@ -282,14 +298,16 @@ class ListMaker {
     node_->moveTargets[from] = WithoutHash(from, quiet);
   }
 
-  // A capture that gives check: safe, it takes the check bits and bit 60; not
-  // safe, it stays a plain capture that the picker tests.
+  // A capture that gives check: safe, it takes the check bits and bit 60, even
+  // of a man the caller left out of the targets; not safe, it stays a plain
+  // capture that the picker tests, or is dropped (0) when its man is no target.
   template <int Kind>
   Move CheckingCapture(int from, int to, Move word, int64_t stake) {
     const int64_t victim = int64_t((p_.board[to] >> 10) & 31) * 0x20000;
     const Move bits = CheckBits<Kind>(from, to, stake - victim, false);
     word |= MOVE_CHECK | CHECK_CAPTURES;
-    return bits ? word | bits : word & ~MOVE_EXEMPT;
+    if (bits) return word | bits;
+    return (targets_ >> to & 1) ? word & ~MOVE_EXEMPT : 0;
   }
 
   Bitboard WithoutHash(int from, Bitboard quiet) const {
@@ -300,11 +318,11 @@ class ListMaker {
   // ---- Pawns --------------------------------------------------------------
   void PawnCapture(int from, int to, Move word, bool checks) {
     if (LAST_RANK<Us> >> to & 1) {
-      Promote(to, word);
+      if (targets_ >> to & 1) Promote(to, word);
       return;
     }
     if (checks) word = CheckingCapture<PAWN>(from, to, word, CHECK_STAKE_PAWN_CAPTURE);
-    Emit(word);
+    if (word) Emit(word);
   }
 
   // A promotion: the queen, then the knight where the knight checks (its
@@ -322,7 +340,7 @@ class ListMaker {
 
     // Captures, toward the lower file then the upper; pinned pawns one by one.
     const auto captures = [&](Bitboard lands, auto fromOf) {
-      for (Bitboard b = lands & targets_; b; b &= b - 1) {
+      for (Bitboard b = lands & theirs_ & (targets_ | checkSquares); b; b &= b - 1) {
         const int to = lowest_square(b);
         const int from = fromOf(to);
         PawnCapture(from, to, (Move(from) << 10 | Move(to)) ^ PAWN_CAPTURE_TEMPLATE ^ (p_.board[to] & PAWN_CAPTURE_MASK),

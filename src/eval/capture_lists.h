@@ -42,7 +42,7 @@ enum CaptureVariant : int {
 
 // Writes the list at `list` (0-terminated) and the node's moveTargets,
 // pawnPushes, ownMen and the three line masks. `targets`: the enemy men that
-// may be taken. `hashMove`: left out, here and in the maps, when its from and
+// may be taken; a man outside them is taken only by a safe check. `hashMove`: left out, here and in the maps, when its from and
 // to are met (a promotion only in its queen form). `historyRow` picks the
 // history row whose rating orders the quiet checks and threats. Returns
 // discoverMask.
