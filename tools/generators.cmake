@@ -2,3 +2,8 @@
 quorl_generate(gen_attacks attack_tables.cpp)
 quorl_generate(gen_material material_table.cpp)
 quorl_generate(gen_quiet_masks quiet_masks_table.cpp)
+quorl_generate(gen_ordering_seeds ordering_seeds_table.cpp)
+# The ordering seeds are read off the piece-square table, so that generator
+# is linked with the table's source.
+target_sources(gen_ordering_seeds PRIVATE ${CMAKE_SOURCE_DIR}/src/eval/piece_square.cpp)
+target_include_directories(gen_ordering_seeds PRIVATE ${CMAKE_SOURCE_DIR}/src)

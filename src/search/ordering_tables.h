@@ -45,6 +45,6 @@ extern int8_t GainTable[2][65536];
 // Positional worth of a captured man, by colour and victim class * 64 + to.
 extern int16_t CaptureGainTable[2][8 * 64];
 
-// New-game reset: loads the stored seeds of the learnt tables and clears the
-// reply keys. The seeds are all zero for now.
+// New-game reset: loads the stored seeds of the learnt tables (see
+// search/ordering_seeds.h) and clears the reply keys.
 void ResetOrderingTables();

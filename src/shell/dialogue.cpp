@@ -10,6 +10,7 @@
 #include "board/make_move.h"
 #include "clock/budget.h"
 #include "clock/search_end.h"
+#include "hash/table.h"
 #include "platform/input.h"
 #include "report/output.h"
 #include "search/ordering_tables.h"
@@ -126,6 +127,11 @@ void parse_position_line(const char* line) {
 void new_game_reset() {
   clear_root_list();
   ResetOrderingTables();
+  // Only the table's owner empties it: a child or a process on a
+  // controller's table would wipe what others are searching with. Every
+  // process starts its dates over.
+  if (OwnsHashTable()) ClearHashTable();
+  else SetHashDate(0);
 }
 
 void dispatch_command(char* line) {

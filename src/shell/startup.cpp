@@ -4,6 +4,7 @@
 #include <ctime>
 
 #include "board/position.h"
+#include "hash/table.h"
 #include "platform/input.h"
 #include "platform/system.h"
 #include "report/output.h"
@@ -43,6 +44,17 @@ void start_up(int argc, char** argv) {
   platform_start();
   input_is_pipe = !input_is_terminal();
   hash_megabytes = rounded_hash;
+
+  // The table: created here by a MainProcess, joined by a child or by a
+  // MainProcess that a controller points at its own table. Either way the
+  // age table starts at date 0.
+  const bool joins = is_child || overridden_parent_id != 0;
+  HashBuildReport hash = joins ? AttachHashTable() : BuildHashTable(hash_megabytes, use_large_pages);
+  if (!hash.ok) {
+    report_text("%s", hash.error);
+    fatal_exit("Hash table not available");
+  }
+  if (!joins) ReportHashBuild(hash);
 
   set_priority(main_process_priority);
   for (;;) read_and_dispatch_line();

@@ -16,6 +16,7 @@
 
 #include "board/position.h"
 #include "board/reference_moves.h"
+#include "support/fen_flip.h"
 #include "eval/attack_maps.h"
 #include "eval/eval_settings.h"
 #include "eval/evaluate.h"
@@ -131,35 +132,6 @@ std::vector<Board> RandomPlacements(int count, uint64_t seed) {
 }
 
 // --- Colour flip ---------------------------------------------------------------
-
-char SwapCase(char c) {
-  if (c >= 'a' && c <= 'z') return char(c - 'a' + 'A');
-  if (c >= 'A' && c <= 'Z') return char(c - 'A' + 'a');
-  return c;
-}
-
-// Ranks mirrored, every man of the other colour, rights and en passant
-// square turned with them, the other side to move.
-std::string FlipFen(const std::string& fen) {
-  std::istringstream in(fen);
-  std::string placement, side, castling, ep;
-  in >> placement >> side >> castling >> ep;
-  std::vector<std::string> ranks;
-  std::stringstream rows(placement);
-  for (std::string rank; std::getline(rows, rank, '/');) ranks.push_back(rank);
-  std::reverse(ranks.begin(), ranks.end());
-  std::string flipped;
-  for (size_t i = 0; i < ranks.size(); ++i) {
-    if (i) flipped += '/';
-    for (char c : ranks[i]) flipped += SwapCase(c);
-  }
-  std::string rights;
-  for (char c : std::string("KQkq"))
-    if (castling.find(SwapCase(c)) != std::string::npos) rights += c;
-  if (rights.empty()) rights = "-";
-  if (ep != "-") ep[1] = ep[1] == '3' ? '6' : '3';
-  return flipped + (side == "w" ? " b " : " w ") + rights + " " + ep;
-}
 
 // Whether the material fields read the same rows for both colours: the queen
 // digit exists only for White, and counts past a digit's range run into the

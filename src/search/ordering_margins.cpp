@@ -1,0 +1,3 @@
+#include "search/ordering_margins.h"
+
+int32_t phase_stage = FULL_PHASE_STAGE;

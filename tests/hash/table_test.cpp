@@ -1,0 +1,610 @@
+// The shared transposition table: entry layout, replacement order, the store
+// variants, date refresh, clearing, and the table's mapping.
+#include "hash/table.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "report/output.h"
+#include "shell/dialogue.h"
+#include "shell/identity.h"
+
+namespace {
+
+// The layout, written out here bit by bit so that the tests do not lean on
+// the code's own constants.
+constexpr uint64_t kLower = uint64_t(1) << 34;
+constexpr uint64_t kUpper = uint64_t(1) << 35;
+constexpr uint64_t kExact = kLower | kUpper;
+constexpr uint64_t kRestricted = uint64_t(1) << 36;
+
+constexpr uint64_t Word(uint32_t check, int depth, int date, uint64_t flags, int to = 0, int from = 0,
+                        int stored_value = 8190) {
+  return uint64_t(check) << 41 | flags | uint64_t(stored_value) << 20 | uint64_t(from) << 14 |
+         uint64_t(to) << 8 | uint64_t(date) << 6 | uint64_t(depth);
+}
+
+// A 1 MB table has 2^17 words. The low bits of the test key end in binary
+// 10, so its four slots lie at base ^ 0 = ...e6, ^1 = ...e7, ^2 = ...e4,
+// ^3 = ...e5: the bucket is probed from its third word.
+constexpr uint64_t kWords = uint64_t(1) << 17;
+constexpr uint64_t kLow = 0x1a5e6;
+constexpr uint32_t kCheck = 0x2b3c4d;
+constexpr uint64_t kKey = uint64_t(kCheck) << 41 | uint64_t(0x13) << 32 | kLow;
+constexpr uint64_t Slot(int i) { return kLow ^ uint64_t(i); }
+
+// A move word in hash form and with noise in the bits a store must ignore.
+constexpr Move HashMove(int from, int to) { return Move(to) | Move(from) << 10; }
+constexpr Move NoisyMove(int from, int to) { return HashMove(from, to) | 0x3c0 | (~Move(0) << 16); }
+
+class HashTable : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    preserve_analysis = false;
+    HashBuildReport report = BuildHashTable(1, false);
+    ASSERT_TRUE(report.ok) << report.error;
+    ASSERT_EQ(hash_words, kWords);
+  }
+  void TearDown() override {
+    ReleaseHashTable();
+    preserve_analysis = false;
+  }
+  static uint64_t At(uint64_t index) { return hash_table[index]; }
+  static void Put(int slot, uint64_t word) { hash_table[Slot(slot)] = word; }
+  // The other words of the bucket, as planted.
+  static void ExpectUntouched(const uint64_t planted[4], int except) {
+    for (int i = 0; i < 4; ++i) {
+      if (i == except) continue;
+      EXPECT_EQ(At(Slot(i)), planted[i]) << "slot " << i;
+    }
+  }
+};
+
+// --- Entry layout -------------------------------------------------------------
+
+TEST_F(HashTable, EntryFieldsRoundTrip) {
+  SetHashDate(2);
+  const uint64_t word = HashEntry::Make(kKey, NoisyMove(12, 28), 17, 8190 + 35, HashEntry::LOWER, HashDate);
+  EXPECT_EQ(word, Word(kCheck, 17, 2, kLower, 28, 12, 8225));
+  EXPECT_EQ(HashEntry::Depth(word), 17);
+  EXPECT_EQ(HashEntry::Date(word), 2u);
+  EXPECT_EQ(HashEntry::BestMove(word), HashMove(12, 28));
+  EXPECT_EQ(HashEntry::Value(word), 35);
+  EXPECT_EQ(HashEntry::StoredValue(word), 8225);
+  EXPECT_TRUE(HashEntry::IsLower(word));
+  EXPECT_FALSE(HashEntry::IsUpper(word));
+  EXPECT_FALSE(HashEntry::IsRestricted(word));
+  EXPECT_EQ(HashEntry::Check(word), kCheck);
+  EXPECT_TRUE(HashEntry::Matches(word, kKey));
+  // Bits 37-40 stay zero.
+  EXPECT_EQ(word & (uint64_t(15) << 37), 0u);
+
+  // The extremes of every field keep to their bits.
+  const uint64_t full = HashEntry::Make(~uint64_t(0), NoisyMove(63, 63), 63, 0x3fff,
+                                        HashEntry::EXACT | HashEntry::RESTRICTED, 3 << 6);
+  EXPECT_EQ(full, Word(0x7fffff, 63, 3, kExact | kRestricted, 63, 63, 0x3fff));
+  EXPECT_EQ(HashEntry::Value(full), 0x3fff - 8190);
+  const uint64_t lowest = HashEntry::Make(kKey, 0, 0, 0, HashEntry::UPPER, 0);
+  EXPECT_EQ(HashEntry::Value(lowest), -8190);
+  EXPECT_EQ(HashEntry::BestMove(lowest), 0u);
+}
+
+TEST_F(HashTable, CheckComparesTheTopTwentyThreeBitsOnly) {
+  const uint64_t word = Word(kCheck, 4, 0, kLower);
+  EXPECT_TRUE(HashEntry::Matches(word, kKey ^ ((uint64_t(1) << 41) - 1)));
+  EXPECT_FALSE(HashEntry::Matches(word, kKey ^ (uint64_t(1) << 41)));
+  EXPECT_FALSE(HashEntry::Matches(word, kKey ^ (uint64_t(1) << 63)));
+  // An empty slot matches only a key whose top 23 bits are all zero.
+  EXPECT_FALSE(HashEntry::Matches(0, kKey));
+  EXPECT_TRUE(HashEntry::Matches(0, kLow));
+}
+
+TEST_F(HashTable, BucketIsTheFourWordsOfTheKeyXoredRun) {
+  for (int i = 0; i < 4; ++i) Put(i, Word(0x100 + i, i, 0, kLower));
+  EXPECT_EQ(HashIndex(kKey), kLow);
+  HashBucket bucket = LoadBucket(kKey);
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(bucket.word[i], Word(0x100 + i, i, 0, kLower)) << "slot " << i;
+  // The words of the aligned run, in memory order, are slots 2, 3, 0, 1.
+  EXPECT_EQ(kLow & ~uint64_t(3), Slot(2));
+  EXPECT_EQ(HashRead(kLow & ~uint64_t(3)), Word(0x102, 2, 0, kLower));
+}
+
+// --- Replacement scores -------------------------------------------------------
+
+TEST_F(HashTable, ReplacementScoresByAgeAndDepth) {
+  for (uint32_t current = 0; current < 4; ++current) {
+    SetHashDate(current);
+    SCOPED_TRACE(current);
+    for (int depth = 0; depth < 64; ++depth) {
+      EXPECT_EQ(ReplacementScore[current * 64 + depth], 508 - depth);
+      EXPECT_EQ(ReplacementScore[((current + 3) & 3) * 64 + depth], 512 - depth);  // last search
+      EXPECT_EQ(ReplacementScore[((current + 2) & 3) * 64 + depth], 768 - depth);
+      EXPECT_EQ(ReplacementScore[((current + 1) & 3) * 64 + depth], 1024 - depth);  // oldest
+    }
+  }
+}
+
+TEST_F(HashTable, PreviousDateAgainstCurrentDateOrdering) {
+  SetHashDate(2);
+  EXPECT_EQ(ReplacementScore[1 * 64 + 3], 509);
+  EXPECT_EQ(ReplacementScore[2 * 64 + 0], 508);
+  EXPECT_EQ(ReplacementScore[1 * 64 + 5], 507);
+
+  // The same order decides stores of other positions, one after the other.
+  const uint64_t planted[4] = {Word(0x11, 0, 2, kLower), Word(0x12, 3, 1, kLower), Word(0x13, 5, 1, kLower),
+                               Word(0x14, 10, 2, kLower)};
+  for (int i = 0; i < 4; ++i) Put(i, planted[i]);
+  StoreLowerPlain(kKey, 0, 20, 8190);
+  EXPECT_EQ(At(Slot(1)), Word(kCheck, 20, 2, kLower));  // 509 goes first
+  ExpectUntouched(planted, 1);
+  StoreLowerPlain(kKey ^ (uint64_t(1) << 41), 0, 20, 8190);
+  EXPECT_EQ(At(Slot(0)), Word(kCheck ^ 1, 20, 2, kLower));  // then 508
+  StoreLowerPlain(kKey ^ (uint64_t(2) << 41), 0, 20, 8190);
+  EXPECT_EQ(At(Slot(2)), Word(kCheck ^ 2, 20, 2, kLower));  // then 507
+  EXPECT_EQ(At(Slot(3)), planted[3]);                        // 498 stays
+}
+
+TEST_F(HashTable, PreserveAnalysisPinsDeepEntriesAtTheNextRebuild) {
+  SetHashDate(0);
+  preserve_analysis = true;
+  // Not yet: the scores change only when they are rebuilt.
+  EXPECT_EQ(ReplacementScore[1 * 64 + 30], 1024 - 30);
+  BuildReplacementScore();
+  EXPECT_EQ(ReplacementScore[1 * 64 + 30], 226);  // a dead date at depth 30
+  EXPECT_EQ(ReplacementScore[0 * 64 + 21], 487);  // today at depth 21 keeps its place
+  for (int date = 0; date < 4; ++date) {
+    for (int depth = 22; depth < 64; ++depth) EXPECT_EQ(ReplacementScore[date * 64 + depth], 256 - depth);
+    for (int depth = 0; depth < 22; ++depth) EXPECT_GE(ReplacementScore[date * 64 + depth], 487);
+  }
+  // A deep entry of an old search outlives shallow entries of this one.
+  const uint64_t planted[4] = {Word(0x21, 21, 0, kLower), Word(0x22, 40, 1, kLower), Word(0x23, 0, 0, kUpper),
+                               Word(0x24, 12, 0, kLower)};
+  for (int i = 0; i < 4; ++i) Put(i, planted[i]);
+  StoreUpperPlain(kKey, 0, 1, 8190);
+  EXPECT_EQ(At(Slot(2)), Word(kCheck, 1, 0, kUpper));
+  ExpectUntouched(planted, 2);
+}
+
+// --- Victim choice -----------------------------------------------------------
+
+TEST_F(HashTable, FourOtherPositionsOfEqualDepthAndDateLoseSlotThree) {
+  SetHashDate(1);
+  const uint64_t planted[4] = {Word(0x31, 7, 1, kLower), Word(0x32, 7, 1, kUpper), Word(0x33, 7, 1, kExact),
+                               Word(0x34, 7, 1, kLower | kRestricted)};
+  for (int i = 0; i < 4; ++i) Put(i, planted[i]);
+  StoreLower(kKey, HashMove(52, 36), 7, 8190 - 20, false);
+  EXPECT_EQ(At(Slot(3)), Word(kCheck, 7, 1, kLower, 36, 52, 8170));
+  ExpectUntouched(planted, 3);
+}
+
+TEST_F(HashTable, OnEqualScoresTheLaterSlotGoes) {
+  SetHashDate(0);
+  // Slot 3 is deeper, so the last of the three equal ones goes.
+  const uint64_t planted[4] = {Word(0x41, 4, 0, kLower), Word(0x42, 4, 0, kLower), Word(0x43, 4, 0, kLower),
+                               Word(0x44, 9, 0, kLower)};
+  for (int i = 0; i < 4; ++i) Put(i, planted[i]);
+  StoreUpperPlain(kKey, 0, 2, 8190);
+  EXPECT_EQ(At(Slot(2)), Word(kCheck, 2, 0, kUpper));
+  ExpectUntouched(planted, 2);
+  // A clearly worst slot 0 is found even when it comes first.
+  const uint64_t second[4] = {Word(0x51, 0, 3, kLower), Word(0x52, 4, 0, kLower), Word(0x53, 4, 0, kLower),
+                              Word(0x54, 4, 0, kLower)};
+  for (int i = 0; i < 4; ++i) Put(i, second[i]);
+  StoreUpperPlain(kKey, 0, 2, 8190);
+  EXPECT_EQ(At(Slot(0)), Word(kCheck, 2, 0, kUpper));
+  ExpectUntouched(second, 0);
+}
+
+TEST_F(HashTable, OldestDateGoesFirstWhateverItsDepth) {
+  SetHashDate(0);
+  // Dates 1, 2, 3 against today 0: date 1 is four searches old.
+  for (int oldest = 0; oldest < 4; ++oldest) {
+    SCOPED_TRACE(oldest);
+    uint64_t planted[4];
+    int other_date = 2;
+    for (int i = 0; i < 4; ++i) {
+      if (i == oldest)
+        planted[i] = Word(0x60 + i, 63, 1, kExact);
+      else
+        planted[i] = Word(0x60 + i, 0, other_date++ & 3, kLower);  // dates 2, 3, 0
+      Put(i, planted[i]);
+    }
+    StoreLowerPlain(kKey, 0, 0, 8190);
+    EXPECT_EQ(At(Slot(oldest)), Word(kCheck, 0, 0, kLower));
+    ExpectUntouched(planted, oldest);
+  }
+}
+
+// --- Bounds ------------------------------------------------------------------
+
+TEST_F(HashTable, LowerBoundLivesBesideAnUpperBoundOfThePosition) {
+  SetHashDate(0);
+  Put(0, Word(kCheck, 5, 0, kUpper, 0, 0, 8100));
+  StoreLowerPlain(kKey, HashMove(6, 21), 10, 8300);
+  EXPECT_EQ(At(Slot(0)), Word(kCheck, 5, 0, kUpper, 0, 0, 8100));
+  EXPECT_EQ(At(Slot(3)), Word(kCheck, 10, 0, kLower, 21, 6, 8300));
+  EXPECT_EQ(At(Slot(1)), 0u);
+  EXPECT_EQ(At(Slot(2)), 0u);
+
+  // The mirror: an upper bound does not destroy a lower bound either.
+  ClearHashTable();
+  Put(0, Word(kCheck, 5, 0, kLower, 0, 0, 8100));
+  StoreUpper(kKey, 0, 30, 8000, false);
+  EXPECT_EQ(At(Slot(0)), Word(kCheck, 5, 0, kLower, 0, 0, 8100));
+  EXPECT_EQ(At(Slot(3)), Word(kCheck, 30, 0, kUpper, 0, 0, 8000));
+}
+
+TEST_F(HashTable, BoundsReplaceTheirOwnSortAtEqualOrGreaterDepthOnly) {
+  SetHashDate(0);
+  const uint64_t planted[4] = {Word(0x71, 1, 0, kLower), Word(kCheck, 8, 0, kLower), Word(0x73, 1, 0, kLower),
+                               Word(kCheck, 6, 0, kUpper)};
+  for (int i = 0; i < 4; ++i) Put(i, planted[i]);
+  // Shallower than the stored lower bound: the entry stays, the store goes to
+  // the victim (slot 2, the later of the equal others).
+  StoreLowerPlain(kKey, 0, 7, 8190);
+  EXPECT_EQ(At(Slot(1)), planted[1]);
+  EXPECT_EQ(At(Slot(2)), Word(kCheck, 7, 0, kLower));
+  // Equal depth: replaced in place.
+  StoreLowerPlain(kKey, HashMove(1, 2), 8, 8191);
+  EXPECT_EQ(At(Slot(1)), Word(kCheck, 8, 0, kLower, 2, 1, 8191));
+  // An upper bound goes over the stored upper bound of no greater depth, and
+  // passes the lower bounds of the position by.
+  StoreUpperPlain(kKey, 0, 6, 8000);
+  EXPECT_EQ(At(Slot(3)), Word(kCheck, 6, 0, kUpper, 0, 0, 8000));
+  EXPECT_EQ(At(Slot(0)), planted[0]);
+  // An exact entry is both sorts: no bound store replaces it.
+  Put(1, Word(kCheck, 2, 0, kExact));
+  Put(2, Word(0x99, 40, 0, kLower));
+  Put(3, Word(0x98, 40, 0, kLower));
+  StoreLowerPlain(kKey, 0, 20, 8190);
+  EXPECT_EQ(At(Slot(1)), Word(kCheck, 2, 0, kExact));
+  EXPECT_EQ(At(Slot(0)), Word(kCheck, 20, 0, kLower));
+}
+
+TEST_F(HashTable, RestrictedResultsReplaceOnlyRestrictedOnes) {
+  SetHashDate(0);
+  // Other positions, all more replaceable than the entry in slot 0.
+  const uint64_t others[3] = {Word(0x81, 0, 0, kLower), Word(0x82, 0, 0, kLower), Word(0x83, 0, 0, kLower)};
+  auto plant = [&](uint64_t first) {
+    Put(0, first);
+    for (int i = 1; i < 4; ++i) Put(i, others[i - 1]);
+  };
+  // Unrestricted over restricted: in place.
+  plant(Word(kCheck, 5, 0, kLower | kRestricted));
+  StoreLower(kKey, 0, 5, 8190, false);
+  EXPECT_EQ(At(Slot(0)), Word(kCheck, 5, 0, kLower));
+  // Restricted over restricted: in place.
+  plant(Word(kCheck, 5, 0, kUpper | kRestricted));
+  StoreUpper(kKey, 0, 9, 8190, true);
+  EXPECT_EQ(At(Slot(0)), Word(kCheck, 9, 0, kUpper | kRestricted));
+  // Restricted over unrestricted: not in place, even when deeper; the victim
+  // (slot 3 of the equal others) takes it.
+  plant(Word(kCheck, 5, 0, kLower));
+  StoreLower(kKey, 0, 7, 8190, true);
+  EXPECT_EQ(At(Slot(0)), Word(kCheck, 5, 0, kLower));
+  EXPECT_EQ(At(Slot(3)), Word(kCheck, 7, 0, kLower | kRestricted));
+  plant(Word(kCheck, 5, 0, kUpper));
+  StoreUpper(kKey, 0, 7, 8190, true);
+  EXPECT_EQ(At(Slot(0)), Word(kCheck, 5, 0, kUpper));
+  EXPECT_EQ(At(Slot(3)), Word(kCheck, 7, 0, kUpper | kRestricted));
+  // The plain stores ignore the bit and clear it.
+  plant(Word(kCheck, 5, 0, kLower | kRestricted));
+  StoreLowerPlain(kKey, 0, 5, 8190);
+  EXPECT_EQ(At(Slot(0)), Word(kCheck, 5, 0, kLower));
+  plant(Word(kCheck, 5, 0, kUpper));
+  StoreUpperPlain(kKey, 0, 6, 8190);
+  EXPECT_EQ(At(Slot(0)), Word(kCheck, 6, 0, kUpper));
+}
+
+// --- Exact and forced --------------------------------------------------------
+
+TEST_F(HashTable, ExactStoreRemovesLesserEntriesOfThePosition) {
+  SetHashDate(3);
+  const uint64_t planted[4] = {Word(kCheck, 12, 2, kLower), Word(kCheck, 9, 3, kUpper), Word(kCheck, 3, 1, kLower),
+                               Word(0x91, 0, 1, kExact)};
+  for (int i = 0; i < 4; ++i) Put(i, planted[i]);
+  StoreExact(kKey, HashMove(60, 62), 9, 8190 + 15);
+  EXPECT_EQ(At(Slot(0)), planted[0]);  // deeper: kept
+  EXPECT_EQ(At(Slot(1)), Word(kCheck, 9, 3, kExact, 62, 60, 8205));
+  EXPECT_EQ(At(Slot(2)), 0u);
+  EXPECT_EQ(At(Slot(3)), planted[3]);  // another position
+  // No entry of no greater depth: the victim takes it.
+  const uint64_t deep[4] = {Word(kCheck, 30, 3, kLower), Word(0x92, 30, 3, kLower), Word(0x93, 30, 3, kLower),
+                            Word(0x94, 31, 3, kLower)};
+  for (int i = 0; i < 4; ++i) Put(i, deep[i]);
+  StoreExact(kKey, 0, 9, 8190);
+  EXPECT_EQ(At(Slot(2)), Word(kCheck, 9, 3, kExact));
+  ExpectUntouched(deep, 2);
+}
+
+TEST_F(HashTable, ForcedStoreTakesThePositionAtAnyDepth) {
+  SetHashDate(1);
+  const uint64_t planted[4] = {Word(0xa1, 63, 1, kExact), Word(kCheck, 40, 1, kLower),
+                               Word(kCheck, 63, 0, kUpper | kRestricted), Word(kCheck, 2, 1, kExact)};
+  for (int i = 0; i < 4; ++i) Put(i, planted[i]);
+  StoreForced(kKey, NoisyMove(4, 6), 8190 - 300);
+  EXPECT_EQ(At(Slot(0)), planted[0]);
+  EXPECT_EQ(At(Slot(1)), Word(kCheck, 63, 1, kExact, 6, 4, 7890));
+  EXPECT_EQ(At(Slot(2)), 0u);
+  EXPECT_EQ(At(Slot(3)), 0u);
+  // No entry of the position: the victim.
+  const uint64_t others[4] = {Word(0xb1, 10, 1, kLower), Word(0xb2, 20, 1, kLower), Word(0xb3, 5, 0, kLower),
+                              Word(0xb4, 30, 1, kLower)};
+  for (int i = 0; i < 4; ++i) Put(i, others[i]);
+  StoreForced(kKey, 0, 8190);
+  EXPECT_EQ(At(Slot(2)), Word(kCheck, 63, 1, kExact));
+  ExpectUntouched(others, 2);
+}
+
+// --- Dates ---------------------------------------------------------------------
+
+TEST_F(HashTable, DateAdvancesModuloFourAndStoresCarryIt) {
+  SetHashDate(0);
+  const uint64_t expected[5] = {64, 128, 192, 0, 64};
+  for (uint64_t want : expected) {
+    AdvanceHashDate();
+    EXPECT_EQ(HashDate, want);
+    EXPECT_EQ(ReplacementScore[want + 0], 508);  // today's scores follow
+  }
+  SetHashDate(2);
+  EXPECT_EQ(HashDate, 128u);
+  StoreUpperPlain(kKey, 0, 3, 8190);
+  EXPECT_EQ(HashEntry::Date(At(Slot(3))), 2u);
+}
+
+TEST_F(HashTable, RefreshRewritesOnlyAStaleDate) {
+  SetHashDate(1);
+  const uint64_t stale = Word(kCheck, 11, 3, kLower | kRestricted, 5, 9, 8000);
+  Put(2, stale);
+  Put(0, Word(0xc1, 1, 3, kLower));
+  RefreshDate(kKey, 2, stale);
+  EXPECT_EQ(At(Slot(2)), Word(kCheck, 11, 1, kLower | kRestricted, 5, 9, 8000));
+  EXPECT_EQ(At(Slot(0)), Word(0xc1, 1, 3, kLower));
+
+  // An entry already of today's date costs no store: the slot keeps what
+  // another writer put there meanwhile.
+  const uint64_t fresh = Word(kCheck, 11, 1, kLower);
+  const uint64_t meanwhile = Word(0xc2, 40, 1, kUpper);
+  Put(1, meanwhile);
+  RefreshDate(kKey, 1, fresh);
+  EXPECT_EQ(At(Slot(1)), meanwhile);
+}
+
+// --- Clearing, building, owning ----------------------------------------------
+
+TEST_F(HashTable, ClearEmptiesEveryWordAndRestartsTheDate) {
+  for (uint64_t i = 0; i < kWords; i += 97) hash_table[i] = 0x123456789abcdefull ^ i;
+  hash_table[kWords - 1] = 1;
+  SetHashDate(3);
+  ClearHashTable();
+  uint64_t nonzero = 0;
+  for (uint64_t i = 0; i < kWords; ++i) nonzero += hash_table[i] != 0;
+  EXPECT_EQ(nonzero, 0u);
+  EXPECT_EQ(HashDate, 0u);
+  EXPECT_EQ(ReplacementScore[0], 508);
+  EXPECT_EQ(ReplacementScore[3 * 64], 512);
+}
+
+TEST_F(HashTable, NewGameClearsOnlyAnOwnedTable) {
+  Put(0, Word(kCheck, 9, 2, kExact));
+  SetHashDate(2);
+  new_game_reset();
+  EXPECT_EQ(At(Slot(0)), 0u);
+  EXPECT_EQ(HashDate, 0u);
+}
+
+TEST_F(HashTable, BuildGivesAClearedTableOfTheSizeAndDropsTheName) {
+  char name[SHARED_NAME_SIZE];
+  HashMappingName(name, sizeof(name));
+  EXPECT_FALSE(shared_name_exists(name));
+  EXPECT_EQ(hash_mask, kWords - 1);
+  EXPECT_TRUE(OwnsHashTable());
+  hash_table[5] = 77;
+  SetHashDate(2);
+  HashBuildReport report = BuildHashTable(2, false);
+  ASSERT_TRUE(report.ok) << report.error;
+  EXPECT_EQ(report.megabytes, 2u);
+  EXPECT_EQ(hash_words, uint64_t(2) << 17);
+  EXPECT_EQ(hash_mask, (uint64_t(2) << 17) - 1);
+  EXPECT_EQ(hash_table[5], 0u);
+  EXPECT_EQ(HashDate, 0u);
+  EXPECT_EQ(report.large_page_status, 5);
+  EXPECT_EQ(large_page_status, 5);
+  EXPECT_FALSE(shared_name_exists(name));
+  EXPECT_FALSE(std::filesystem::exists(std::string("/dev/shm") + name));
+  // A size that is no power of two keeps every bucket inside the table.
+  report = BuildHashTable(3, false);
+  ASSERT_TRUE(report.ok) << report.error;
+  EXPECT_EQ(hash_words, uint64_t(3) << 17);
+  StoreExact(~uint64_t(0), 0, 1, 8190);
+  EXPECT_EQ(hash_table[hash_mask ^ 3], Word(0x7fffff, 1, 0, kExact));
+}
+
+TEST_F(HashTable, KeptNameLetsAnotherMappingShareTheWords) {
+  HashBuildReport report = BuildHashTable(1, false, true);
+  ASSERT_TRUE(report.ok) << report.error;
+  char name[SHARED_NAME_SIZE];
+  HashMappingName(name, sizeof(name));
+  ASSERT_TRUE(shared_name_exists(name));
+  SharedMapping other;
+  char error[SHARED_ERROR_SIZE];
+  ASSERT_TRUE(open_shared_mapping(other, name, error, sizeof(error))) << error;
+  EXPECT_EQ(other.bytes, kWords * 8);
+  StoreLowerPlain(kKey, HashMove(8, 16), 4, 8190);
+  const uint64_t* seen = static_cast<const uint64_t*>(other.base);
+  EXPECT_EQ(seen[Slot(3)], Word(kCheck, 4, 0, kLower, 16, 8));
+  static_cast<uint64_t*>(other.base)[Slot(0)] = Word(0xd1, 2, 0, kUpper);
+  EXPECT_EQ(LoadBucket(kKey).word[0], Word(0xd1, 2, 0, kUpper));
+  ReleaseHashTableName();
+  EXPECT_FALSE(shared_name_exists(name));
+  // Both views live on after the name is gone.
+  StoreUpperPlain(kKey ^ (uint64_t(5) << 41), 0, 1, 8190);
+  EXPECT_EQ(seen[Slot(2)], Word(kCheck ^ 5, 1, 0, kUpper));
+  unmap_shared_mapping(other);
+}
+
+TEST_F(HashTable, ImpossibleSizeFailsWithATextAndKeepsTheOldSize) {
+  char name[SHARED_NAME_SIZE];
+  HashMappingName(name, sizeof(name));
+  HashBuildReport report = BuildHashTable(0xffffffffu, false);
+  EXPECT_FALSE(report.ok);
+  EXPECT_NE(std::strstr(report.error, name), nullptr) << report.error;
+  EXPECT_NE(std::strstr(report.error, "reserve"), nullptr) << report.error;
+  // The table is back at its old size, cleared, and usable.
+  EXPECT_EQ(report.megabytes, 1u);
+  ASSERT_NE(hash_table, nullptr);
+  EXPECT_EQ(hash_words, kWords);
+  StoreLowerPlain(kKey, 0, 1, 8190);
+  EXPECT_EQ(At(Slot(3)), Word(kCheck, 1, 0, kLower));
+  EXPECT_FALSE(shared_name_exists(name));
+
+  // Without an old table there is none afterwards.
+  ReleaseHashTable();
+  report = BuildHashTable(0xffffffffu, false);
+  EXPECT_FALSE(report.ok);
+  EXPECT_EQ(report.megabytes, 0u);
+  EXPECT_EQ(hash_table, nullptr);
+  EXPECT_EQ(hash_words, 0u);
+  EXPECT_FALSE(shared_name_exists(name));
+}
+
+TEST_F(HashTable, LargePagesBelowOneHugePageAreNotUsed) {
+  std::ifstream size_file("/sys/kernel/mm/transparent_hugepage/hpage_pmd_size");
+  uint64_t huge = 0;
+  if (!(size_file >> huge) || huge <= (uint64_t(1) << 20)) GTEST_SKIP() << "no huge page size above 1 MB";
+  HashBuildReport report = BuildHashTable(1, true);
+  ASSERT_TRUE(report.ok) << report.error;
+  EXPECT_EQ(report.large_page_status, 3);
+  EXPECT_EQ(report.huge_page_bytes, huge);
+  EXPECT_EQ(large_page_status, 3);
+  // Asked for at a size that can hold huge pages, the table still works,
+  // whatever the kernel grants. (Kept small: some kernels have huge pages
+  // of hundreds of megabytes.)
+  if (huge > (uint64_t(4) << 20)) return;
+  report = BuildHashTable(uint32_t(huge >> 20) * 2, true);
+  ASSERT_TRUE(report.ok) << report.error;
+  EXPECT_NE(report.large_page_status, 3);
+  EXPECT_NE(report.large_page_status, 5);
+  StoreExact(kKey, 0, 5, 8190);
+  EXPECT_EQ(LoadBucket(kKey).word[3], Word(kCheck, 5, 0, kExact));
+}
+
+// The large page outcome reaches the front end in the system's own words;
+// "not asked for" goes to the log only.
+TEST(HashBuildReport, TellsTheLargePageOutcome) {
+  auto told = [](const HashBuildReport& report) {
+    ::testing::internal::CaptureStdout();
+    ReportHashBuild(report);
+    return ::testing::internal::GetCapturedStdout();
+  };
+  HashBuildReport report;
+  report.ok = true;
+  report.megabytes = 64;
+  report.large_page_status = 5;
+  EXPECT_EQ(told(report), "");
+  report.large_page_status = 0;
+  EXPECT_EQ(told(report), "info string Using large pages, hash size = 64 Mb.\n");
+  report.large_page_status = 1;
+  EXPECT_EQ(told(report),
+            "info string Large pages not used (kernel32.dll not available). Your OS does not support this feature.\n");
+  report.large_page_status = 2;
+  EXPECT_EQ(told(report),
+            "info string Large pages not used (GetLargePageMinimum failed). Your OS does not support this feature.\n");
+  report.large_page_status = 3;
+  report.huge_page_bytes = 2097152;
+  EXPECT_EQ(told(report), "info string Large pages not used - pGetLargePageMinimum () returned 2097152.\n");
+  const std::string refused =
+      "info string Large pages not used. This could be due to memory fragmentation or lack of "
+      "Administrative privileges.\n";
+  report.large_page_status = 4;
+  EXPECT_EQ(told(report), refused);
+  // A refused call is named, with its error number and text, first.
+  report.advice_error = EINVAL;
+  EXPECT_EQ(told(report), "info string ERROR: API        = madvise\ninfo string        error code = " +
+                              std::to_string(EINVAL) + "\ninfo string        message    = " +
+                              std::strerror(EINVAL) + "\n" + refused);
+  // A failed build tells why; with no table left there is nothing more.
+  HashBuildReport failed;
+  std::snprintf(failed.error, sizeof(failed.error), "Cannot reserve it");
+  EXPECT_EQ(told(failed), "info string Cannot reserve it\n");
+}
+
+// The mapping name follows the role: our own id, a controller's, or the
+// parent's in a child.
+TEST(HashMappingName, FollowsTheRole) {
+  char name[SHARED_NAME_SIZE];
+  HashMappingName(name, sizeof(name));
+  EXPECT_EQ(std::string(name), "/quorlOldSync1" + std::to_string(getpid()));
+  overridden_parent_id = 4242;
+  HashMappingName(name, sizeof(name));
+  EXPECT_STREQ(name, "/quorlOldSync14242");
+  overridden_parent_id = 0;
+  is_child = true;
+  parent_sync_id = 977;
+  HashMappingName(name, sizeof(name));
+  EXPECT_STREQ(name, "/quorlOldSync1977");
+  is_child = false;
+  parent_sync_id = 0;
+}
+
+// A process on someone else's table sees its words, never clears them, and
+// starts its own date at 0.
+TEST(HashTableAttach, JoinsTheOwnersWordsWithoutClearing) {
+  overridden_parent_id = 900000 + (getpid() % 90000);
+  char name[SHARED_NAME_SIZE];
+  HashMappingName(name, sizeof(name));
+  // The owner's object goes whatever happens below.
+  struct Owner {
+    SharedMapping mapping;
+    ~Owner() {
+      unlink_shared_mapping(mapping);
+      unmap_shared_mapping(mapping);
+      ReleaseHashTable();
+      overridden_parent_id = 0;
+    }
+  } holder;
+  SharedMapping& owner = holder.mapping;
+  char error[SHARED_ERROR_SIZE];
+  ASSERT_TRUE(create_shared_mapping(owner, name, kWords * 8, error, sizeof(error))) << error;
+  uint64_t* words = static_cast<uint64_t*>(owner.base);
+  words[Slot(1)] = Word(kCheck, 14, 0, kExact, 3, 4);
+
+  SetHashDate(3);
+  HashBuildReport report = AttachHashTable();
+  ASSERT_TRUE(report.ok) << report.error;
+  EXPECT_FALSE(OwnsHashTable());
+  EXPECT_EQ(report.megabytes, 1u);
+  EXPECT_EQ(hash_words, kWords);
+  EXPECT_EQ(hash_mask, kWords - 1);
+  EXPECT_EQ(HashDate, 0u);
+  EXPECT_EQ(LoadBucket(kKey).word[1], Word(kCheck, 14, 0, kExact, 3, 4));
+  new_game_reset();
+  EXPECT_EQ(words[Slot(1)], Word(kCheck, 14, 0, kExact, 3, 4));
+  // Stores reach the owner's memory.
+  StoreLowerPlain(kKey ^ (uint64_t(9) << 41), 0, 2, 8190);
+  EXPECT_EQ(words[Slot(3)], Word(kCheck ^ 9, 2, 0, kLower));
+
+  // Releasing our view leaves the owner's name alone.
+  ReleaseHashTable();
+  EXPECT_TRUE(shared_name_exists(name));
+  unlink_shared_mapping(owner);
+  unmap_shared_mapping(owner);
+  EXPECT_FALSE(shared_name_exists(name));
+
+  // Nothing to join: a text, no table.
+  report = AttachHashTable();
+  EXPECT_FALSE(report.ok);
+  EXPECT_NE(std::strstr(report.error, name), nullptr) << report.error;
+  EXPECT_EQ(hash_table, nullptr);
+  overridden_parent_id = 0;
+}
+
+}  // namespace

@@ -1,0 +1,971 @@
+// The move picker against the rules of chess: from each start stage a node
+// gets every move it is meant to see exactly once, the hash move first, and
+// nothing else but words that the king test after the make rejects; the
+// stages that leave kinds of move out leave out exactly those.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "board/make_unmake.h"
+#include "board/move.h"
+#include "board/move_producers.h"
+#include "board/position.h"
+#include "board/producer_harness.h"
+#include "board/reference_moves.h"
+#include "clock/node_count.h"
+#include "eval/attack_maps.h"
+#include "eval/capture_lists.h"
+#include "report/output.h"
+#include "search/move_picker.h"
+#include "search/ordering_margins.h"
+#include "search/ordering_seeds.h"
+#include "search/ordering_tables.h"
+
+namespace {
+
+using reference::Board;
+
+const char* const START_POSITIONS[] = {
+    "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -",
+    "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -",
+    "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -",
+    "r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq -",
+    "rnbq1k1r/pp1Pbppp/2p5/8/2B5/8/PPP1NnPP/RNBQK2R w KQ -",
+    "r4rk1/1pp1qppp/p1np1n2/2b1p1B1/2B1P1b1/P1NP1N2/1PP1QPPP/R4RK1 w - -",
+    "3k4/1P6/8/8/8/8/6p1/4K2R b K -",
+    "2r1k3/1P6/8/8/8/8/8/4K3 w - -",
+    "r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq -",
+};
+
+struct Stack {
+  NodeRecord records[4] = {};
+  NodeRecord* node() { return &records[1]; }
+};
+
+// The legal moves of the board as text, bishop promotions left out (never produced).
+std::set<std::string> LegalTexts(const Board& board) {
+  std::set<std::string> texts;
+  for (const std::string& t : board.LegalMoveTexts())
+    if (!(t.size() == 5 && t[4] == 'b')) texts.insert(t);
+  return texts;
+}
+
+template <int Us>
+bool KingSafeAfter(Move m) {
+  static NodeRecord stack[4];
+  node_countdown = int64_t(1) << 62;  // no periodic check (it would read our input)
+  SavedState saved;
+  MakeMove<Us>(m, &saved, &stack[1]);
+  const bool safe = !harness::InCheck(Us);
+  UnmakeMove<Us>(m, &saved);
+  return safe;
+}
+
+bool KingSafeAfter(int side, Move m) { return side == WHITE ? KingSafeAfter<WHITE>(m) : KingSafeAfter<BLACK>(m); }
+
+struct Picked {
+  std::vector<Move> words;
+  std::vector<int> stages;
+};
+
+template <int Us>
+Picked Drain(MovePicker* picker, NodeRecord* node) {
+  Picked out;
+  for (int guard = 0; guard < 400; ++guard) {
+    const Move m = NextMove<Us>(picker, node);
+    if (!m) break;
+    out.words.push_back(m);
+    out.stages.push_back(PickedStage(picker));
+  }
+  // Once finished, a picker stays finished.
+  EXPECT_EQ(NextMove<Us>(picker, node), 0u);
+  return out;
+}
+
+Picked DrainSide(int side, MovePicker* picker, NodeRecord* node) {
+  return side == WHITE ? Drain<WHITE>(picker, node) : Drain<BLACK>(picker, node);
+}
+
+void Start(int side, MovePicker* p, int stage, Move first, Move second, int depth, int delta, bool cut, int budget) {
+  if (side == WHITE) StartPicker<WHITE>(p, stage, first, second, depth, delta, cut, budget);
+  else StartPicker<BLACK>(p, stage, first, second, depth, delta, cut, budget);
+}
+
+// A legal move of the board in the form the hash table gives back, or 0.
+// Underpromotions never come back from the table; with `noPromotion` no
+// promotion at all is taken.
+Move HashFormMove(const Board& board, std::mt19937_64& rng, bool noPromotion) {
+  const auto moves = board.LegalMoves();
+  if (moves.empty()) return 0;
+  const auto& m = moves[rng() % moves.size()];
+  if (m.promotion && (noPromotion || m.promotion != reference::QUEEN)) return 0;
+  const Move word = Move(m.from) << 10 | Move(m.to);
+  return board.Side() == WHITE ? HashMoveToMove<WHITE>(word) : HashMoveToMove<BLACK>(word);
+}
+
+// An underpromotion that the capture list does not give: every rook one, and
+// a knight one unless the knight checks from its square.
+bool OmittedUnderpromotion(const Board& board, const std::string& text) {
+  if (text.size() != 5) return false;
+  if (text[4] == 'r') return true;
+  if (text[4] != 'n') return false;
+  const int to = (text[2] - 'a') + 8 * (text[3] - '1');
+  const int king = board.KingSquare(board.Side() ^ 1);
+  const int files = std::abs((to & 7) - (king & 7)), ranks = std::abs((to >> 3) - (king >> 3));
+  return files * ranks != 2;
+}
+
+struct Tally {
+  int positions = 0;
+  int inCheck = 0;
+  int deferred = 0;
+  int illegalRejected = 0;
+  int underpromotions = 0;
+  int secondMoves = 0;
+  int restricted = 0;
+};
+
+// Every word is a move of the position or one that the king test rejects;
+// every text of `expected` comes exactly once; no legal text outside it.
+void CheckSet(const Board& board, const Picked& picked, const std::set<std::string>& expected,
+              const std::string& where, Tally* tally) {
+  const std::set<std::string> legal = LegalTexts(board);
+  std::map<std::string, int> seen;
+  for (const Move m : picked.words) {
+    const std::string text = MoveToText(m);
+    EXPECT_EQ(++seen[text], 1) << where << ": " << text << " given twice";
+    if (legal.count(text)) {
+      EXPECT_TRUE(expected.count(text)) << where << ": gave " << text << ", a move this stage leaves out";
+    } else {
+      EXPECT_FALSE(KingSafeAfter(board.Side(), m)) << where << ": gave " << text << ", which is no legal move";
+      ++tally->illegalRejected;
+    }
+  }
+  for (const std::string& t : expected) EXPECT_EQ(seen[t], 1) << where << ": " << t << " missing";
+}
+
+// The stages of a run follow the table: non-decreasing, within `allowed`.
+void CheckStages(const Picked& picked, const std::set<int>& allowed, const std::string& where) {
+  for (size_t i = 0; i < picked.stages.size(); ++i) {
+    EXPECT_TRUE(allowed.count(picked.stages[i])) << where << ": a move from stage " << picked.stages[i];
+    if (i) {
+      EXPECT_LE(picked.stages[i - 1], picked.stages[i]) << where;
+    }
+  }
+}
+
+// The winning captures come largest first; what is put off needed the
+// exchange test.
+void CheckCapturePhase(const Picked& picked, int captureStage, int deferredStage, const std::string& where,
+                       Tally* tally) {
+  Move last = ~Move(0);
+  for (size_t i = 0; i < picked.words.size(); ++i) {
+    const Move m = picked.words[i];
+    if (picked.stages[i] == captureStage) {
+      EXPECT_LE(m, last) << where << ": capture stage out of order";
+      EXPECT_NE(m & PRIORITY_BITS, 0u) << where;
+      last = m;
+    } else if (picked.stages[i] == deferredStage) {
+      EXPECT_NE(m & PRIORITY_BITS, 0u) << where << ": deferred word from outside the winning part";
+      EXPECT_EQ(m & NO_EXCHANGE_TEST, 0u) << where << ": deferred word that needs no exchange test";
+      ++tally->deferred;
+    }
+  }
+}
+
+template <int Us>
+void MakeWideList(MovePicker* p, NodeRecord* node, Move hash) {
+  CaptureList<Us, CAPTURES_WIDE>(p->list, position.colourBits[Us ^ 1], node, hash, p->historyRow);
+}
+
+void CheckPosition(const Board& board, std::mt19937_64& rng, Tally* tally) {
+  const std::string fen = board.Fen(false);
+  ASSERT_EQ(SetPositionFromFen(fen.c_str()), 1) << fen;
+  const int side = board.Side();
+  ++tally->positions;
+  const std::set<std::string> legal = LegalTexts(board);
+  Stack stack;
+  NodeRecord* node = stack.node();
+  stack.records[0].currentMove = rng() & 0x3fffffff;
+  const Move killer = HashFormMove(board, rng, false);
+  node->killers[0] = killer;
+  node->killers[1] = HashFormMove(board, rng, false);
+  static MovePicker picker;
+
+  if (board.InCheck()) {
+    ++tally->inCheck;
+    Start(side, &picker, PICK_EVASIONS, 0, 0, 12, 0, false, 0);
+    if (side == WHITE) {
+      GenerateEvasions<WHITE>(picker.list, ~position.colourBits[WHITE], true);
+      MarkEvasions<WHITE>(picker.list, node);
+    } else {
+      GenerateEvasions<BLACK>(picker.list, ~position.colourBits[BLACK], true);
+      MarkEvasions<BLACK>(picker.list, node);
+    }
+    const Picked picked = DrainSide(side, &picker, node);
+    CheckSet(board, picked, legal, fen + " stage 30", tally);
+    CheckStages(picked, {30}, fen + " stage 30");
+    for (size_t i = 1; i < picked.words.size(); ++i) EXPECT_LE(picked.words[i], picked.words[i - 1]) << fen;
+    return;
+  }
+
+  std::set<std::string> withoutUnder;
+  for (const std::string& t : legal)
+    if (!OmittedUnderpromotion(board, t)) withoutUnder.insert(t);
+  tally->underpromotions += int(legal.size() - withoutUnder.size());
+
+  const int depth = int(rng() % 40);
+  const int delta = int(rng() % 400) - 200;
+  const bool child = rng() % 4 == 0;
+  is_child = child;
+
+  {  // Stage 4: hash move, captures, quiet moves, what was put off.
+    const Move first = HashFormMove(board, rng, false);
+    AttackMaps(node);
+    Start(side, &picker, PICK_FIRST, first, 0, depth, delta, false, int(rng() % 2));
+    const Picked picked = DrainSide(side, &picker, node);
+    const std::string where = fen + " stage 4" + (first ? std::string(" hash ") + MoveToText(first) : "");
+    if (first) {
+      ASSERT_FALSE(picked.words.empty()) << where;
+      EXPECT_EQ(picked.words[0], first) << where;
+      EXPECT_EQ(picked.stages[0], 4) << where;
+    }
+    CheckSet(board, picked, withoutUnder, where, tally);
+    CheckStages(picked, {4, 6, 9, 10}, where);
+    CheckCapturePhase(picked, 6, 10, where, tally);
+  }
+
+  {  // Stage 11: three hash moves, captures, quiet moves, the put off, underpromotions.
+    Move first = HashFormMove(board, rng, false);
+    Move second = HashFormMove(board, rng, true);
+    if (second && first && !((second ^ first) & MOVE_IDENTITY)) second = 0;
+    Move third = HashFormMove(board, rng, true);
+    if (third && ((first && !((third ^ first) & MOVE_IDENTITY)) || (second && !((third ^ second) & MOVE_IDENTITY))))
+      third = 0;
+    tally->secondMoves += second != 0;
+    AttackMaps(node);
+    Start(side, &picker, PICK_HASH_MOVES, first, second, depth, delta, true, int(rng() % 2));
+    picker.third = third;
+    const Picked picked = DrainSide(side, &picker, node);
+    std::string where = fen + " stage 11";
+    for (const Move m : {first, second, third}) where += std::string(" ") + (m ? MoveToText(m) : "-");
+    std::vector<Move> hashMoves;
+    for (const Move m : {first, second, third})
+      if (m) hashMoves.push_back(m);
+    ASSERT_GE(picked.words.size(), hashMoves.size()) << where;
+    for (size_t i = 0; i < hashMoves.size(); ++i) EXPECT_EQ(picked.words[i], hashMoves[i]) << where;
+    CheckSet(board, picked, legal, where, tally);
+    CheckStages(picked, {11, 12, 13, 15, 18, 19, 21}, where);
+    // The quiet maps no longer hold the second and third moves.
+    for (const Move m : {second, third}) {
+      if (!m) continue;
+      EXPECT_FALSE(node->moveTargets[move_from(m)] >> move_to(m) & 1) << where;
+      if ((m & MOVE_MOVER) == 0xc0) {
+        EXPECT_FALSE(node->pawnPushes >> move_to(m) & 1) << where;
+      }
+    }
+    CheckCapturePhase(picked, 15, 19, where, tally);
+  }
+
+  {  // Stage 0 after the node has taken the winning part of its own capture
+     // list: the rest of that list and the quiet moves.
+    AttackMaps(node);
+    Start(side, &picker, PICK_QUIETS_ONLY, 0, 0, depth, delta, false, int(rng() % 2));
+    if (side == WHITE) MakeWideList<WHITE>(&picker, node, 0);
+    else MakeWideList<BLACK>(&picker, node, 0);
+    std::set<std::string> expected = withoutUnder;
+    Move* out = picker.list;
+    for (Move* in = picker.list; *in; ++in) {
+      if (*in & PRIORITY_BITS) expected.erase(MoveToText(*in));
+      else *out++ = *in;
+    }
+    *out = 0;
+    const Picked picked = DrainSide(side, &picker, node);
+    CheckSet(board, picked, expected, fen + " stage 0", tally);
+    CheckStages(picked, {2}, fen + " stage 0");
+  }
+
+  {  // Stage 6 after the node's own capture list, the hash move left out there.
+    const Move first = HashFormMove(board, rng, false);
+    AttackMaps(node);
+    Start(side, &picker, PICK_GOOD_CAPTURES, first, 0, depth, delta, false, 0);
+    if (side == WHITE) MakeWideList<WHITE>(&picker, node, first);
+    else MakeWideList<BLACK>(&picker, node, first);
+    const Picked picked = DrainSide(side, &picker, node);
+    std::set<std::string> expected = withoutUnder;
+    if (first) expected.erase(MoveToText(first));
+    CheckSet(board, picked, expected, fen + " stage 6", tally);
+    CheckStages(picked, {6, 9, 10}, fen + " stage 6");
+  }
+
+  {  // Stage 27: the hash move, then no quiet move from a generator.
+    const Move first = HashFormMove(board, rng, false);
+    AttackMaps(node);
+    Start(side, &picker, PICK_FAR_BELOW, first, 0, depth, delta, rng() & 1, 0);
+    const Picked picked = DrainSide(side, &picker, node);
+    const std::string where = fen + " stage 27";
+    if (first) {
+      ASSERT_FALSE(picked.words.empty()) << where;
+      EXPECT_EQ(picked.words[0], first) << where;
+    }
+    CheckStages(picked, {27, 29}, where);
+    std::set<std::string> given;
+    for (size_t i = 0; i < picked.words.size(); ++i) {
+      const Move m = picked.words[i];
+      const std::string text = MoveToText(m);
+      EXPECT_TRUE(given.insert(text).second) << where << ": " << text << " given twice";
+      if (!legal.count(text)) {
+        EXPECT_FALSE(KingSafeAfter(side, m)) << where << ": " << text;
+      }
+      if (i == 0 && first) continue;
+      const bool tactical = (m & (MOVE_VICTIM | MOVE_CHECK | THREAT_MARK)) || is_promotion(m);
+      EXPECT_TRUE(tactical) << where << ": quiet move " << text;
+    }
+    // Every capture of a target is there: enemy pieces always, pawns only
+    // with the all-targets byte.
+    for (const auto& move : board.LegalMoves()) {
+      const int victim = board.ManAt(move.to);
+      if (!victim || move.promotion) continue;
+      const int kind = victim < 0 ? -victim : victim;
+      if (kind == reference::PAWN && !picker.allTargets) continue;
+      EXPECT_TRUE(given.count(reference::MoveText(move))) << where << ": capture " << reference::MoveText(move) << " missing";
+    }
+    ++tally->restricted;
+  }
+  is_child = false;
+}
+
+TEST(MovePicker, EveryStartStageGivesItsMovesOnceOverRandomPlayouts) {
+  ResetOrderingTables();
+  std::mt19937_64 rng(0x7069636b);
+  Tally tally;
+  for (int game = 0; game < 48; ++game) {
+    Board board;
+    ASSERT_TRUE(board.SetFen(START_POSITIONS[game % std::size(START_POSITIONS)]));
+    for (int ply = 0; ply < 100; ++ply) {
+      ASSERT_NO_FATAL_FAILURE(CheckPosition(board, rng, &tally));
+      if (testing::Test::HasFailure()) return;
+      if (!board.PlayRandom(rng)) break;
+    }
+  }
+  is_child = false;
+  // The runs must have met the rare paths.
+  EXPECT_GT(tally.positions, 2500);
+  EXPECT_GT(tally.inCheck, 100);
+  EXPECT_GT(tally.deferred, 100);
+  EXPECT_GT(tally.underpromotions, 20);
+  EXPECT_GT(tally.secondMoves, 1000);
+  EXPECT_GT(tally.illegalRejected, 0);
+}
+
+// ---------------------------------------------------------------------------
+// Order of the quiet moves.
+
+// The plain quiet words of a position: the quiet stage of a run without
+// marks, less checks, threats and castling.
+template <int Us>
+std::vector<Move> PlainQuiets(NodeRecord* node, std::vector<Move>* all) {
+  static MovePicker picker;
+  node->killers[0] = node->killers[1] = 0;
+  AttackMaps(node);
+  StartPicker<Us>(&picker, PICK_FIRST, 0, 0, 10, 0, false, 0);
+  std::vector<Move> quiets;
+  while (const Move m = NextMove<Us>(&picker, node)) {
+    if (PickedStage(&picker) != PICK_QUIETS) continue;
+    all->push_back(m);
+    if (!(m & (MOVE_CHECK | THREAT_MARK | MOVE_VICTIM)) && !is_castling(m)) quiets.push_back(m);
+  }
+  return quiets;
+}
+
+template <int Us>
+std::vector<Move> QuietOrder(NodeRecord* node, int budget) {
+  static MovePicker picker;
+  AttackMaps(node);
+  StartPicker<Us>(&picker, PICK_FIRST, 0, 0, 10, 0, false, budget);
+  std::vector<Move> quiets;
+  while (const Move m = NextMove<Us>(&picker, node))
+    if (PickedStage(&picker) == PICK_QUIETS) quiets.push_back(m & 0xffff);
+  return quiets;
+}
+
+template <int Us>
+void CheckQuietOrder(std::mt19937_64& rng, int* checked) {
+  Stack stack;
+  NodeRecord* node = stack.node();
+  std::vector<Move> all;
+  std::vector<Move> quiets = PlainQuiets<Us>(node, &all);
+  if (quiets.size() < 8) return;
+  std::shuffle(quiets.begin(), quiets.end(), rng);
+  // Four marked moves, and last one whose history entry no other word of the
+  // quiet stage shares, so that raising it raises that move alone.
+  std::map<int, int> sharing;
+  for (const Move m : all) ++sharing[int(m & 0x3ff)];
+  std::vector<Move> chosen;
+  for (const Move m : quiets)
+    if (chosen.size() < 4) chosen.push_back(m & 0xffff);
+  for (const Move m : quiets)
+    if (chosen.size() == 4 && sharing[int(m & 0x3ff)] == 1 &&
+        std::find(chosen.begin(), chosen.end(), m & 0xffff) == chosen.end())
+      chosen.push_back(m & 0xffff);
+  if (chosen.size() < 5) return;
+  const Move previous = 0x1d5;  // some earlier move: its to-square and class index the counters
+  stack.records[0].currentMove = previous;
+  node->killers[0] = chosen[0];
+  node->killers[1] = chosen[1];
+  CounterMoves[previous & 0x1ff][0] = uint16_t(chosen[2] & 0xfdff);
+  CounterMoves[previous & 0x1ff][1] = uint16_t(chosen[3] & 0xfdff);
+  HistoryTable[chosen[4] & 0x3ff] = 32000;  // row 0: delta 0
+
+  const std::vector<Move> order = QuietOrder<Us>(node, 0);
+  std::vector<size_t> at;
+  for (const Move m : chosen) {
+    const auto it = std::find(order.begin(), order.end(), m);
+    ASSERT_NE(it, order.end()) << MoveToText(m);
+    at.push_back(size_t(it - order.begin()));
+  }
+  for (size_t i = 0; i < at.size(); ++i) EXPECT_EQ(at[i], i) << "mark " << i << " " << MoveToText(chosen[i]);
+
+  // A shuffling child marks the killers only.
+  is_child = true;
+  const std::vector<Move> shuffled = QuietOrder<Us>(node, 1);
+  is_child = false;
+  ASSERT_GE(shuffled.size(), 2u);
+  EXPECT_EQ(shuffled[0], chosen[0]);
+  EXPECT_EQ(shuffled[1], chosen[1]);
+  EXPECT_EQ(std::set<Move>(shuffled.begin(), shuffled.end()), std::set<Move>(order.begin(), order.end()));
+
+  CounterMoves[previous & 0x1ff][0] = CounterMoves[previous & 0x1ff][1] = 0;
+  HistoryTable[chosen[4] & 0x3ff] = 0;
+  ++*checked;
+}
+
+TEST(Ordering, KillersThenCountersThenHistory) {
+  ResetOrderingTables();
+  std::mt19937_64 rng(0x6f726472);
+  int checked = 0;
+  for (int game = 0; game < 12; ++game) {
+    Board board;
+    ASSERT_TRUE(board.SetFen(START_POSITIONS[game % 6]));
+    for (int ply = 0; ply < 60; ++ply) {
+      if (!board.InCheck()) {
+        ASSERT_EQ(SetPositionFromFen(board.Fen(false).c_str()), 1);
+        if (board.Side() == WHITE) CheckQuietOrder<WHITE>(rng, &checked);
+        else CheckQuietOrder<BLACK>(rng, &checked);
+        if (testing::Test::HasFailure()) return;
+      }
+      if (!board.PlayRandom(rng)) break;
+    }
+  }
+  ResetOrderingTables();
+  EXPECT_GT(checked, 200);
+}
+
+// A killer proved with check speaks only for the checking form of the move.
+TEST(Ordering, KillerWithCheckDoesNotMarkTheMoveWithout) {
+  ResetOrderingTables();
+  ASSERT_EQ(SetPositionFromFen(START_FEN), 1);
+  Stack stack;
+  NodeRecord* node = stack.node();
+  const Move pawn = TextToMove("a2a3", true) & 0xffff;
+  node->killers[0] = pawn | MOVE_CHECK;
+  std::vector<Move> order = QuietOrder<WHITE>(node, 0);
+  ASSERT_FALSE(order.empty());
+  EXPECT_NE(order[0], pawn);
+  node->killers[0] = pawn;
+  order = QuietOrder<WHITE>(node, 0);
+  EXPECT_EQ(order[0], pawn);
+}
+
+// The stage that gives `text` in a stage-4 run on `fen` (White to move), or -1.
+int StageOf(const char* fen, const char* text) {
+  EXPECT_EQ(SetPositionFromFen(fen), 1) << fen;
+  NodeRecord records[3] = {};
+  static MovePicker picker;
+  AttackMaps(&records[1]);
+  StartPicker<WHITE>(&picker, PICK_FIRST, 0, 0, 8, 0, false, 0);
+  while (const Move m = NextMove<WHITE>(&picker, &records[1]))
+    if (std::string(MoveToText(m)) == text) return PickedStage(&picker);
+  return -1;
+}
+
+// Men that cannot really take back do not count against a capture: one that
+// shields its king, or its queen, from our slider; and, when we risk no more
+// than a minor piece, one that shields any other man.
+TEST(MovePicker, ExchangeTestLeavesOutShieldingDefenders) {
+  // The knight on d7 is pinned to its king: Nxe5 wins a pawn.
+  EXPECT_EQ(StageOf("4k3/3n4/8/1B2p3/8/5N2/8/4K3 w - -", "f3e5"), 6);
+  EXPECT_EQ(StageOf("4k3/3n4/8/4p3/8/5N2/2B5/4K3 w - -", "f3e5"), 10);
+  // The same for a rook, where only the pin and the queen screen count.
+  EXPECT_EQ(StageOf("2k5/3n4/8/4p3/6B1/8/8/4RK2 w - -", "e1e5"), 6);
+  EXPECT_EQ(StageOf("2k5/3n4/8/4p3/8/8/8/4RK2 w - -", "e1e5"), 10);
+  // The knight on d6 shields the queen on e7 from the bishop: Rxf5 stands.
+  EXPECT_EQ(StageOf("k7/4q3/3n4/5p2/1B6/8/8/K4R2 w - -", "f1f5"), 6);
+  // It shields a rook instead: that counts only for a cheaper man than the rook.
+  EXPECT_EQ(StageOf("k7/4r3/3n4/5p2/1B6/8/8/K4R2 w - -", "f1f5"), 10);
+  EXPECT_EQ(StageOf("k7/4r3/3n4/5p2/1B6/6N1/8/K7 w - -", "g3f5"), 6);
+  EXPECT_EQ(StageOf("k7/4r3/3n4/5p2/8/6N1/8/K7 w - -", "g3f5"), 10);
+}
+
+// ---------------------------------------------------------------------------
+// Other start stages.
+
+TEST(MovePicker, SelectionStageGivesAPreparedListLargestFirst) {
+  std::mt19937_64 rng(22);
+  static MovePicker picker;
+  StartPicker<WHITE>(&picker, PICK_SELECTION, 0, 0, 4, 0, false, 0);
+  std::vector<Move> words;
+  for (int i = 0; i < 200; ++i) words.push_back(rng() | 1);
+  std::copy(words.begin(), words.end(), picker.list);
+  picker.list[words.size()] = 0;
+  NodeRecord records[2];
+  std::vector<Move> given;
+  while (const Move m = NextMove<WHITE>(&picker, &records[1])) given.push_back(m);
+  std::sort(words.rbegin(), words.rend());
+  EXPECT_EQ(given, words);
+  EXPECT_EQ(NextMove<WHITE>(&picker, &records[1]), 0u);
+}
+
+TEST(MovePicker, FinishedStagesGiveNothing) {
+  static MovePicker picker;
+  NodeRecord records[2];
+  for (int stage = 23; stage <= 26; ++stage) {
+    StartPicker<BLACK>(&picker, stage, 0x1234, 0x5678, 4, 0, false, 0);
+    picker.list[0] = 0x777;
+    picker.list[1] = 0;
+    EXPECT_EQ(NextMove<BLACK>(&picker, &records[1]), 0u) << stage;
+  }
+}
+
+// Stage 28 takes the variant by delta against the two blended tables and
+// keeps enemy pawns as targets only with the all-targets byte.
+template <int Us>
+std::set<Move> ListSet(int variant, Bitboard targets, NodeRecord* node) {
+  static Move list[256];
+  AttackMaps(node);
+  switch (variant) {
+    case RESTRICTED_HIGH: CaptureList<Us, RESTRICTED_HIGH>(list, targets, node, 0, 1); break;
+    case RESTRICTED_MIDDLE: CaptureList<Us, RESTRICTED_MIDDLE>(list, targets, node, 0, 1); break;
+    default: CaptureList<Us, RESTRICTED_LOW>(list, targets, node, 0, 1); break;
+  }
+  std::set<Move> s;
+  for (Move* p = list; *p; ++p) s.insert(*p);
+  return s;
+}
+
+template <int Us>
+std::set<Move> PickedRestricted(NodeRecord* node, int depth, int delta, bool cut) {
+  static MovePicker picker;
+  AttackMaps(node);
+  StartPicker<Us>(&picker, PICK_FAR_BELOW, 0, 0, depth, delta, cut, 0);
+  std::set<Move> s;
+  while (const Move m = NextMove<Us>(&picker, node)) s.insert(m);
+  return s;
+}
+
+// Runs the threshold checks on the global position when its four lists
+// differ; returns whether they did.
+template <int Us>
+bool CheckRestrictedThresholds() {
+  NodeRecord records[3] = {};
+  NodeRecord* node = &records[1];
+  const Bitboard all = position.colourBits[Us ^ 1];
+  const Bitboard pieces = all & ~position.pieceBits[PAWN_INDEX + (Us ^ 1)];
+  const std::set<Move> high = ListSet<Us>(RESTRICTED_HIGH, pieces, node);
+  const std::set<Move> middle = ListSet<Us>(RESTRICTED_MIDDLE, pieces, node);
+  const std::set<Move> low = ListSet<Us>(RESTRICTED_LOW, pieces, node);
+  const std::set<Move> lowAll = ListSet<Us>(RESTRICTED_LOW, all, node);
+  const std::set<Move> middleAll = ListSet<Us>(RESTRICTED_MIDDLE, all, node);
+  if (high == middle || middle == low || low == lowAll || middle == middleAll) return false;
+
+  const int32_t saved = phase_stage;
+  // Opening, an all node at depth 8: tables 600 and 260, second margin 253.
+  phase_stage = 24;
+  EXPECT_EQ(PickedRestricted<Us>(node, 8, 601, false), high);
+  EXPECT_EQ(PickedRestricted<Us>(node, 8, 600, false), middle);
+  EXPECT_EQ(PickedRestricted<Us>(node, 8, 261, false), middle);
+  EXPECT_EQ(PickedRestricted<Us>(node, 8, 260, false), low);
+  EXPECT_EQ(PickedRestricted<Us>(node, 8, 252, false), lowAll);
+  // A cut node at depth 6: tables 500 and 230, second margin 197.
+  EXPECT_EQ(PickedRestricted<Us>(node, 6, 300, true), middle);
+  EXPECT_EQ(PickedRestricted<Us>(node, 6, 196, true), lowAll);
+  // Endgame: 900 and 346 at depth 8, second margin 372; at depth 6 the cut
+  // node's second margin is 292.
+  phase_stage = 0;
+  EXPECT_EQ(PickedRestricted<Us>(node, 8, 901, false), high);
+  EXPECT_EQ(PickedRestricted<Us>(node, 8, 900, false), middle);
+  EXPECT_EQ(PickedRestricted<Us>(node, 8, 372, false), middle);
+  EXPECT_EQ(PickedRestricted<Us>(node, 8, 371, false), middleAll);
+  EXPECT_EQ(PickedRestricted<Us>(node, 8, 346, false), lowAll);
+  EXPECT_EQ(PickedRestricted<Us>(node, 6, 292, true), low);
+  EXPECT_EQ(PickedRestricted<Us>(node, 6, 291, true), lowAll);
+  phase_stage = saved;
+  return true;
+}
+
+TEST(MovePicker, RestrictedListFollowsTheBlendedThresholds) {
+  std::mt19937_64 rng(28);
+  int checked = 0;
+  for (int game = 0; game < 40 && checked < 20; ++game) {
+    Board board;
+    ASSERT_TRUE(board.SetFen(START_POSITIONS[game % 6]));
+    for (int ply = 0; ply < 80 && checked < 20; ++ply) {
+      if (!board.InCheck()) {
+        ASSERT_EQ(SetPositionFromFen(board.Fen(false).c_str()), 1);
+        checked += board.Side() == WHITE ? CheckRestrictedThresholds<WHITE>() : CheckRestrictedThresholds<BLACK>();
+        if (testing::Test::HasFailure()) return;
+      }
+      if (!board.PlayRandom(rng)) break;
+    }
+  }
+  EXPECT_EQ(checked, 20);
+}
+
+// ---------------------------------------------------------------------------
+// Learning.
+
+class Learning : public testing::Test {
+ protected:
+  void SetUp() override {
+    ResetOrderingTables();
+    ASSERT_EQ(SetPositionFromFen("r3k2r/pppq1ppp/2n1bn2/3pp3/3PP3/2N1BN2/PPPQ1PPP/R3K2R w KQkq -"), 1);
+  }
+  void TearDown() override { ResetOrderingTables(); }
+  NodeRecord records[3] = {};
+  NodeRecord* node = &records[1];
+};
+
+TEST_F(Learning, CreditMoveTwiceKeepsTheKillerAndItsOrderBits) {
+  const Move quiet = TextToMove("a2a3", true) | Move(0x1234) << 32;
+  const Move other = TextToMove("h2h3", true);
+  node->killers[0] = other;
+  node->killers[1] = 0;
+  CreditMove(quiet | MOVE_CHECK, 10, node, 0);
+  EXPECT_EQ(node->killers[0], quiet | MOVE_CHECK);
+  EXPECT_EQ(node->killers[1], other);
+  // Again with check: all stays, order bits of the first credit included.
+  CreditMove(TextToMove("a2a3", true) | MOVE_CHECK | Move(0x4321) << 32, 10, node, 0);
+  EXPECT_EQ(node->killers[0], quiet | MOVE_CHECK);
+  EXPECT_EQ(node->killers[1], other);
+  // Without check: the check bit goes, the rest stays.
+  CreditMove(TextToMove("a2a3", true), 10, node, 0);
+  EXPECT_EQ(node->killers[0], quiet);
+  EXPECT_EQ(node->killers[1], other);
+  // With check again: the bit does not come back.
+  CreditMove(TextToMove("a2a3", true) | MOVE_CHECK, 10, node, 0);
+  EXPECT_EQ(node->killers[0], quiet);
+}
+
+TEST_F(Learning, CreditMoveKeepsTheLow49BitsOfANewKiller) {
+  const Move word = TextToMove("a2a3", true) | 0xfffe000000000000 | Move(0x1abcd) << 32;
+  CreditMove(word, 4, node, 1);
+  EXPECT_EQ(node->killers[0], word & ((Move(1) << 49) - 1));
+}
+
+TEST_F(Learning, CounterMovesFollowThePreviousMove) {
+  const Move previous = TextToMove("e4d5", true);  // as if the other side had just moved: only its low bits count
+  records[0].currentMove = previous;
+  const Move a = TextToMove("a2a3", true), b = TextToMove("b2b3", true);
+  uint16_t* pair = CounterMoves[previous & 0x1ff];
+  CreditMove(a | MOVE_CHECK, 6, node, 0);
+  EXPECT_EQ(pair[0], a & 0xfdff);
+  EXPECT_EQ(pair[1], 0);
+  CreditMove(b, 6, node, 0);
+  EXPECT_EQ(pair[0], b & 0xfdff);
+  EXPECT_EQ(pair[1], a & 0xfdff);
+  CreditMove(b, 6, node, 0);  // already first: nothing moves
+  EXPECT_EQ(pair[0], b & 0xfdff);
+  EXPECT_EQ(pair[1], a & 0xfdff);
+}
+
+TEST_F(Learning, AfterANullMoveCreditLeavesTheCounters) {
+  std::vector<uint16_t> before(&CounterMoves[0][0], &CounterMoves[0][0] + 1024);
+  records[0].currentMove = 0;
+  const Move a = TextToMove("a2a3", true);
+  const uint16_t h = HistoryEntry(0, a);
+  CreditMove(a, 20, node, 0);
+  EXPECT_TRUE(std::equal(before.begin(), before.end(), &CounterMoves[0][0]));
+  EXPECT_EQ(node->killers[0], a);  // the rest of the credit still happens
+  EXPECT_GT(HistoryEntry(0, a), h);
+}
+
+TEST_F(Learning, HistoryRisesTowardTheTopAndStaysBelow) {
+  const Move a = TextToMove("f3h4", true);
+  uint16_t& h = HistoryEntry(1, a);
+  h = 1000;
+  CreditMove(a, 4, node, 1);  // weight 30: 1000 + 30 * 31765 / 4096 = 1000 + 232.6
+  EXPECT_EQ(h, 1232);
+  EXPECT_EQ(HistoryEntry(0, a), HISTORY_SEEDS[CLASS_KNIGHT][31]);  // the other row is untouched
+  h = 32764;
+  CreditMove(a, 127, node, 1);  // 212 / 4096 of 1 is no step at all
+  EXPECT_EQ(h, 32764);
+  h = 0;
+  uint16_t last = 0;
+  for (int i = 0; i < 2000; ++i) {
+    CreditMove(a, 30, node, 1);
+    EXPECT_GE(h, last);
+    last = h;
+  }
+  EXPECT_LT(h, 32765);
+  EXPECT_GT(h, 32700);
+}
+
+TEST_F(Learning, HistoryMalusTakesItsShare) {
+  const Move a = TextToMove("a2a3", true) | MOVE_CHECK;
+  uint16_t& h = HistoryEntry(0, a);
+  h = 1000;
+  HistoryMalus(a, 4, 0);  // 1000 - 30 * 1000 / 4096 = 1000 - 7.3
+  EXPECT_EQ(h, 993);
+  h = 20000;
+  HistoryMalus(a, 60, 0);  // 20000 - 212 * 20000 / 4096 = 20000 - 1035.2
+  EXPECT_EQ(h, 18965);
+  EXPECT_EQ(HistoryEntry(0, a & ~MOVE_CHECK), HISTORY_SEEDS[CLASS_PAWN][16]);  // the check half is apart
+  h = 5;
+  HistoryMalus(a, 0, 0);  // weight 0: no change
+  EXPECT_EQ(h, 5);
+}
+
+// UpdateGain runs at the node after the move; the node's side is the other one.
+TEST_F(Learning, GainFollowsThePositionalChangeInTheMoversView) {
+  const Move knight = TextToMove("f3g5", true);
+  int8_t& g = GainTable[WHITE][knight & 0xfcff];
+  g = 10;
+  records[0].currentMove = knight;
+  records[0].positionalScore = 100;
+  node->positionalScore = 150;  // White's view: +50 for White
+  UpdateGain<BLACK>(node);
+  EXPECT_EQ(g, 30);  // 10 + (50 - 10) / 2
+  node->positionalScore = 75;
+  UpdateGain<BLACK>(node);
+  EXPECT_EQ(g, 3);  // 30 + trunc((-25 - 30) / 2) = 30 - 27
+
+  // Black's move: a fall of White's view is Black's gain.
+  ASSERT_EQ(SetPositionFromFen("r3k2r/pppq1ppp/2n1bn2/3pp3/3PP3/2N1BN2/PPPQ1PPP/R3K2R b KQkq -"), 1);
+  const Move black = TextToMove("f6g4", true);
+  int8_t& gb = GainTable[BLACK][black & 0xfcff];
+  gb = -4;
+  records[0].currentMove = black;
+  node->positionalScore = 60;  // White's view -40: Black gains 40
+  UpdateGain<WHITE>(node);
+  EXPECT_EQ(gb, 18);  // -4 + 44 / 2
+}
+
+TEST_F(Learning, GainStaysWithinBounds) {
+  const Move knight = TextToMove("f3g5", true);
+  int8_t& g = GainTable[WHITE][knight & 0xfcff];
+  records[0].currentMove = knight;
+  records[0].positionalScore = 0;
+  for (int i = 0; i < 20; ++i) {
+    node->positionalScore = 5000;
+    UpdateGain<BLACK>(node);
+    EXPECT_LE(g, 127);
+    EXPECT_GT(g, 0);
+  }
+  EXPECT_EQ(g, 127);
+  for (int i = 0; i < 20; ++i) {
+    node->positionalScore = -5000;
+    UpdateGain<BLACK>(node);
+    EXPECT_GE(g, -127);
+  }
+  EXPECT_EQ(g, -127);
+}
+
+TEST_F(Learning, GainOfACaptureLeavesOutTheVictimsWorth) {
+  // A pawn takes: its gain learns the change less the victim's worth.
+  const Move pawn = TextToMove("d4e5", true);
+  ASSERT_NE(pawn & MOVE_VICTIM, 0u);
+  int8_t& g = GainTable[WHITE][pawn & 0xfcff];
+  int16_t& e = CaptureGainTable[WHITE][CLASS_PAWN * 64 + 36];
+  g = 0;
+  e = -20;
+  records[0].currentMove = pawn;
+  records[0].positionalScore = 0;
+  node->positionalScore = 10;
+  UpdateGain<BLACK>(node);
+  EXPECT_EQ(g, 15);  // (10 - (-20)) / 2
+  EXPECT_EQ(e, -20);
+
+  // A piece takes: the victim's worth learns what the gain does not explain.
+  ASSERT_EQ(SetPositionFromFen("r3k2r/pppq1ppp/2n1bn2/3pp3/3PP3/2N1BN2/PPPQ1PPP/R3K2R w KQkq -"), 1);
+  const Move takes = TextToMove("c3d5", true);
+  ASSERT_EQ(takes & 0x4020000, 0u);
+  int8_t& gk = GainTable[WHITE][takes & 0xfcff];
+  int16_t& ek = CaptureGainTable[WHITE][CLASS_PAWN * 64 + 35];
+  gk = 6;
+  ek = 40;
+  records[0].currentMove = takes;
+  node->positionalScore = -30;
+  UpdateGain<BLACK>(node);
+  EXPECT_EQ(ek, 2);  // (-30 - 6 + 40) / 2
+  EXPECT_EQ(gk, 6);
+}
+
+TEST_F(Learning, NoGainAfterANullMoveOrALazyParent) {
+  std::vector<int8_t> gain(&GainTable[0][0], &GainTable[0][0] + 2 * 65536);
+  std::vector<int16_t> captures(&CaptureGainTable[0][0], &CaptureGainTable[0][0] + 2 * 512);
+  records[0].currentMove = 0;
+  records[0].positionalScore = 0;
+  node->positionalScore = 90;
+  UpdateGain<BLACK>(node);
+  UpdateGain<WHITE>(node);
+  records[0].currentMove = TextToMove("f3g5", true);
+  records[0].approximate = 1;
+  UpdateGain<BLACK>(node);
+  records[0].currentMove = TextToMove("c3d5", true);
+  UpdateGain<BLACK>(node);
+  EXPECT_TRUE(std::equal(gain.begin(), gain.end(), &GainTable[0][0]));
+  EXPECT_TRUE(std::equal(captures.begin(), captures.end(), &CaptureGainTable[0][0]));
+}
+
+// ---------------------------------------------------------------------------
+// Replies to a check.
+
+TEST_F(Learning, ReplyCreditAndEvasionMarks) {
+  // White in check from the bishop on b4.
+  ASSERT_EQ(SetPositionFromFen("rnbqk1nr/pppp1ppp/8/4p3/1b1P4/5N2/PPP1PPPP/RNBQKB1R w KQkq -"), 1);
+  records[0].currentMove = 0x1d5;
+  const Move block = TextToMove("c2c3", true), knight = TextToMove("b1d2", true);
+  ReplyCredit<WHITE>(knight | MOVE_CHECK, node);
+  ReplyCredit<WHITE>(block, node);
+  const uint16_t* pair = EvasionCounterMoves[(0x1d5 & 0x1ff) * 64 + 4];
+  EXPECT_EQ(pair[0], block & 0xfdff);
+  EXPECT_EQ(pair[1], knight & 0xfdff);
+  ReplyCredit<WHITE>(block, node);
+  EXPECT_EQ(pair[1], knight & 0xfdff);
+
+  static MovePicker picker;
+  StartPicker<WHITE>(&picker, PICK_EVASIONS, 0, 0, 8, 0, false, 0);
+  GenerateEvasions<WHITE>(picker.list, ~position.colourBits[WHITE], false);
+  std::vector<Move> plain(picker.list, picker.list + 20);
+  MarkEvasions<WHITE>(picker.list, node);
+  for (int i = 0; picker.list[i]; ++i) {
+    const Move m = picker.list[i], was = plain[i];
+    if ((m & 0xfdff) == (block & 0xfdff)) EXPECT_EQ(m, was | 0xe00000000000);
+    else if ((m & 0xfdff) == (knight & 0xfdff)) EXPECT_EQ(m, was | 0xc00000000000);
+    else EXPECT_EQ(m, was);
+  }
+  EXPECT_EQ(NextMove<WHITE>(&picker, node) & 0xfdff, block & 0xfdff);
+  EXPECT_EQ(NextMove<WHITE>(&picker, node) & 0xfdff, knight & 0xfdff);
+}
+
+TEST_F(Learning, EvasionMarksPassOverPromotions) {
+  // White in check by the rook on a8 along the rank; b7 can take it and promote.
+  ASSERT_EQ(SetPositionFromFen("r3K3/1P6/8/8/8/8/8/4k3 w - -"), 1);
+  records[0].currentMove = 0x2b8;
+  const Move promotion = TextToMove("b7a8q", true);
+  ReplyCredit<WHITE>(promotion, node);
+  Move list[64];
+  GenerateEvasions<WHITE>(list, ~position.colourBits[WHITE], true);
+  std::vector<Move> plain(list, list + 64);
+  MarkEvasions<WHITE>(list, node);
+  int promotions = 0;
+  for (int i = 0; list[i]; ++i) {
+    EXPECT_EQ(list[i], plain[i]) << MoveToText(list[i]);
+    promotions += is_promotion(list[i]);
+  }
+  EXPECT_GT(promotions, 0);
+}
+
+// ---------------------------------------------------------------------------
+// Margins.
+
+TEST(OrderingMargins, BlendRunsFromOpeningToEndgame) {
+  const int32_t saved = phase_stage;
+  phase_stage = 24;
+  EXPECT_EQ(Blend(100, 150), 100);
+  phase_stage = 0;
+  EXPECT_EQ(Blend(100, 150), 150);
+  phase_stage = 12;
+  EXPECT_EQ(Blend(100, 150), 125);
+  EXPECT_EQ(Blend(310, 232), 271);
+  phase_stage = 7;  // 100 * 7 / 24 + 150 * 17 / 24 = 135.4
+  EXPECT_EQ(Blend(100, 150), 135);
+  EXPECT_EQ(Blend(-100, -150), -135);  // toward zero
+  phase_stage = 36;  // past the full set: beyond the opening value
+  EXPECT_EQ(Blend(100, 150), 75);
+  phase_stage = saved;
+}
+
+TEST(OrderingMargins, MoveCutTables) {
+  const int32_t saved = phase_stage;
+  phase_stage = 24;
+  EXPECT_EQ(MoveCut(EXPECTED_ALL, 5), 0);
+  EXPECT_EQ(MoveCut(EXPECTED_ALL, 6), 90);
+  EXPECT_EQ(MoveCut(EXPECTED_CUT, 7), 44);
+  EXPECT_EQ(MoveCut(EXPECTED_CUT, 17), 310);
+  EXPECT_EQ(SecondMoveCut(EXPECTED_ALL, 10), 295);
+  EXPECT_EQ(SecondMoveCut(EXPECTED_CUT, 12), 16000);
+  phase_stage = 0;
+  EXPECT_EQ(MoveCut(EXPECTED_ALL, 13), 240);
+  EXPECT_EQ(MoveCut(EXPECTED_CUT, 16), 232);
+  EXPECT_EQ(SecondMoveCut(EXPECTED_CUT, 6), 292);
+  // All nodes from depth 14 and cut nodes from 18 never reach stage 27.
+  for (const int stage : {0, 12, 24}) {
+    phase_stage = stage;
+    for (int depth = 14; depth < 40; ++depth) EXPECT_EQ(MoveCut(EXPECTED_ALL, depth), 16000) << depth;
+    for (int depth = 18; depth < 40; ++depth) EXPECT_EQ(MoveCut(EXPECTED_CUT, depth), 16000) << depth;
+    for (int depth = 0; depth < 6; ++depth) EXPECT_EQ(MoveCut(EXPECTED_CUT, depth), 0) << depth;
+  }
+  // The restricted list's thresholds: 1.5 times in the endgame for the first, 4/3 for the second.
+  for (int depth = 0; depth < 32; ++depth) {
+    phase_stage = 24;
+    const int first = RestrictedThreshold(0, depth), second = RestrictedThreshold(1, depth);
+    phase_stage = 0;
+    EXPECT_EQ(RestrictedThreshold(0, depth), first * 3 / 2) << depth;
+    EXPECT_NEAR(RestrictedThreshold(1, depth), second * 4 / 3.0, 1.0) << depth;
+  }
+  phase_stage = 24;
+  EXPECT_EQ(RestrictedThreshold(0, 3), 100);
+  EXPECT_EQ(RestrictedThreshold(0, 4), 300);
+  EXPECT_EQ(RestrictedThreshold(1, 11), 290);
+  EXPECT_EQ(RestrictedThreshold(0, 12), 800);
+  EXPECT_EQ(RestrictedThreshold(1, 31), 320);
+  phase_stage = saved;
+}
+
+TEST(OrderingMargins, CountMarginTable) {
+  EXPECT_EQ(CountMarginTable[0][0], 30);
+  EXPECT_EQ(CountMarginTable[1][2], 14);
+  EXPECT_EQ(CountMarginTable[1][100], 14);
+  EXPECT_EQ(CountMarginTable[3][3], -35);
+  EXPECT_EQ(CountMarginTable[4][2], 3000);
+  EXPECT_EQ(CountMarginTable[5][3], -21);
+  EXPECT_EQ(CountMarginTable[7][3], 3000);
+  EXPECT_EQ(CountMarginTable[7][4], -17);
+  EXPECT_EQ(CountMarginTable[9][127], 6);
+  EXPECT_EQ(CountMarginTable[11][5], 55);
+}
+
+TEST(MovePicker, StartPickerFillsTheStagingFields) {
+  static MovePicker picker;
+  const int32_t saved = phase_stage;
+  phase_stage = 24;
+  StartPicker<WHITE>(&picker, PICK_FAR_BELOW, 0x111, 0x222, 8, 252, false, 1);
+  EXPECT_EQ(picker.stage, 27);
+  EXPECT_EQ(picker.first, 0x111u);
+  EXPECT_EQ(picker.second, 0x222u);
+  EXPECT_EQ(picker.third, 0u);
+  EXPECT_EQ(picker.depth, 8);
+  EXPECT_EQ(picker.delta, 252);
+  EXPECT_EQ(picker.allTargets, 1);  // below 253 at depth 8 in an all node
+  EXPECT_EQ(picker.fullList, 1);
+  EXPECT_EQ(picker.historyRow, 1);
+  EXPECT_EQ(picker.shuffleAllowed, 1);
+  StartPicker<BLACK>(&picker, PICK_FIRST, 0, 0, 8, 253, false, 0);
+  EXPECT_EQ(picker.allTargets, 0);
+  EXPECT_EQ(picker.shuffleAllowed, 0);
+  StartPicker<BLACK>(&picker, PICK_FIRST, 0, 0, 8, 100, false, 0);
+  EXPECT_EQ(picker.historyRow, 0);
+  StartPicker<BLACK>(&picker, PICK_FIRST, 0, 0, 8, -20, false, 0);
+  EXPECT_EQ(picker.fullList, 0);
+  StartPicker<BLACK>(&picker, PICK_FIRST, 0, 0, 8, -19, false, 0);
+  EXPECT_EQ(picker.fullList, 1);
+  phase_stage = saved;
+}
+
+}  // namespace

@@ -1,0 +1,9 @@
+// The colour flip of a position as FEN: ranks mirrored, every man of the
+// other colour, rights and en-passant square turned with them, the other side
+// to move. Both colours' copies of a routine must agree on a position and its
+// flip.
+#pragma once
+
+#include <string>
+
+std::string FlipFen(const std::string& fen);
