@@ -167,18 +167,32 @@ inline int32_t Finish(uint64_t key, int32_t score, int32_t bound, Best best) {
   return best.value;
 }
 
+// The entry of a null-window node: a repetition is a draw, and a bound in the
+// table that decides beta ends the node, whatever its depth. Otherwise the
+// hash move of the last matching slot that has one, completed.
+template <int Us>
+bool NullWindowEntry(int32_t beta, uint64_t key, int32_t* value, Move* hashMove) {
+  if (IsRepetition()) {
+    *value = 0;
+    return true;
+  }
+  const HashBucket bucket = LoadBucket(key);
+  if (ProbeCut(bucket, key, [beta](uint64_t e, int32_t v) { return (IsLower(e) && v >= beta) || (IsUpper(e) && v < beta); },
+               value))
+    return true;
+  const Move hashForm = BucketMove(bucket, key);
+  *hashMove = hashForm ? HashMoveToMove<Us>(hashForm) : 0;
+  return false;
+}
+
 }  // namespace
 
 template <int Us>
 int32_t Quiesce(int32_t beta, int32_t qply, NodeRecord* node) {
-  if (IsRepetition()) return 0;
   const uint64_t key = position.state.key;
-  const HashBucket bucket = LoadBucket(key);
   int32_t cut;
-  if (ProbeCut(bucket, key, [beta](uint64_t e, int32_t v) { return (IsLower(e) && v >= beta) || (IsUpper(e) && v < beta); }, &cut))
-    return cut;
-  const Move hashForm = BucketMove(bucket, key);
-  const Move hashMove = hashForm ? HashMoveToMove<Us>(hashForm) : 0;
+  Move hashMove;
+  if (NullWindowEntry<Us>(beta, key, &cut, &hashMove)) return cut;
 
   const Move previous = node[-1].currentMove;
   int32_t score;
@@ -259,14 +273,10 @@ int32_t QuiescePv(int32_t alpha, int32_t beta, int32_t qply, NodeRecord* node) {
 template <int Us>
 int32_t QuiesceEvasions(int32_t beta, int32_t qply, NodeRecord* node) {
   constexpr int Them = Us ^ 1;
-  if (IsRepetition()) return 0;
   const uint64_t key = position.state.key;
-  const HashBucket bucket = LoadBucket(key);
   int32_t cut;
-  if (ProbeCut(bucket, key, [beta](uint64_t e, int32_t v) { return (IsLower(e) && v >= beta) || (IsUpper(e) && v < beta); }, &cut))
-    return cut;
-  const Move hashForm = BucketMove(bucket, key);
-  const Move hashMove = hashForm ? HashMoveToMove<Us>(hashForm) : 0;
+  Move hashMove;
+  if (NullWindowEntry<Us>(beta, key, &cut, &hashMove)) return cut;
 
   int32_t score = node[-1].currentMove ? (node->staticScore = LazyEstimate<Us>(node)) : NullMoveScore(node);
   Best best{-KING_CAPTURE_SCORE};

@@ -30,7 +30,7 @@ std::string FlipFen(const std::string& fen) {
   std::string rights;
   for (char c : std::string("KQkq"))
     if (castling.find(SwapCase(c)) != std::string::npos) rights += c;
-  if (rights.empty()) rights = "-";
+  if (rights.empty()) rights.push_back('-');
   if (ep != "-") ep[1] = ep[1] == '3' ? '6' : '3';
   return flipped + (side == "w" ? " b " : " w ") + rights + " " + ep;
 }
