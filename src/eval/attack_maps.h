@@ -74,21 +74,24 @@ struct AttackBook {
     for (Bitboard b = p.pieceBits[KNIGHT_INDEX + BLACK]; b; b &= b - 1) attB |= KNIGHT_ATTACKS[lowest_square(b)];
   }
 
+  // Every man of `men`: its attacks by `sight` (which looks through the own
+  // men in `clear`) go into `acc` and to the visitor.
+  template <class Sight, class Visit>
+  [[gnu::always_inline]] static void EachSlider(Bitboard men, Bitboard occupied, Bitboard clear, Bitboard& acc,
+                                                Sight sight, Visit&& visit) {
+    for (; men; men &= men - 1) {
+      const int square = lowest_square(men);
+      const Bitboard attacks = sight(square, occupied, clear);
+      acc |= attacks;
+      visit(square, attacks);
+    }
+  }
+
   template <class White, class Black>
   [[gnu::always_inline]] void AddBishops(const Position& p, White&& white, Black&& black) {
-    const Bitboard occupied = p.occupied;
-    for (Bitboard b = p.pieceBits[BISHOP_INDEX + WHITE]; b; b &= b - 1) {
-      const int square = lowest_square(b);
-      const Bitboard attacks = BishopSight(square, occupied, p.pieceBits[QUEEN_INDEX + WHITE]);
-      attW |= attacks;
-      white(square, attacks);
-    }
-    for (Bitboard b = p.pieceBits[BISHOP_INDEX + BLACK]; b; b &= b - 1) {
-      const int square = lowest_square(b);
-      const Bitboard attacks = BishopSight(square, occupied, p.pieceBits[QUEEN_INDEX + BLACK]);
-      attB |= attacks;
-      black(square, attacks);
-    }
+    const Bitboard* men = p.pieceBits;
+    EachSlider(men[BISHOP_INDEX + WHITE], p.occupied, men[QUEEN_INDEX + WHITE], attW, BishopSight, white);
+    EachSlider(men[BISHOP_INDEX + BLACK], p.occupied, men[QUEEN_INDEX + BLACK], attB, BishopSight, black);
   }
 
   // After the bishops the accumulators hold pawns and minors: every rook or
@@ -100,19 +103,9 @@ struct AttackBook {
 
   template <class White, class Black>
   [[gnu::always_inline]] void AddRooks(const Position& p, White&& white, Black&& black) {
-    const Bitboard occupied = p.occupied;
-    for (Bitboard b = p.pieceBits[ROOK_INDEX + WHITE]; b; b &= b - 1) {
-      const int square = lowest_square(b);
-      const Bitboard attacks = RookSight(square, occupied, p.pieceBits[QUEEN_INDEX + WHITE]);
-      attW |= attacks;
-      white(square, attacks);
-    }
-    for (Bitboard b = p.pieceBits[ROOK_INDEX + BLACK]; b; b &= b - 1) {
-      const int square = lowest_square(b);
-      const Bitboard attacks = RookSight(square, occupied, p.pieceBits[QUEEN_INDEX + BLACK]);
-      attB |= attacks;
-      black(square, attacks);
-    }
+    const Bitboard* men = p.pieceBits;
+    EachSlider(men[ROOK_INDEX + WHITE], p.occupied, men[QUEEN_INDEX + WHITE], attW, RookSight, white);
+    EachSlider(men[ROOK_INDEX + BLACK], p.occupied, men[QUEEN_INDEX + BLACK], attB, RookSight, black);
   }
 
   // After the rooks every queen in the accumulators is attacked by something cheaper.
@@ -125,20 +118,10 @@ struct AttackBook {
   // colour's visitor still sees the enemy accumulator without the enemy queens.
   template <class White, class Black>
   [[gnu::always_inline]] void AddQueens(const Position& p, White&& white, Black&& black) {
-    const Bitboard occupied = p.occupied;
+    const Bitboard* men = p.pieceBits;
     Bitboard queensW = 0, queensB = 0;
-    for (Bitboard b = p.pieceBits[QUEEN_INDEX + WHITE]; b; b &= b - 1) {
-      const int square = lowest_square(b);
-      const Bitboard attacks = QueenSight(square, occupied, p.pieceBits[ROOK_INDEX + WHITE]);
-      queensW |= attacks;
-      white(square, attacks);
-    }
-    for (Bitboard b = p.pieceBits[QUEEN_INDEX + BLACK]; b; b &= b - 1) {
-      const int square = lowest_square(b);
-      const Bitboard attacks = QueenSight(square, occupied, p.pieceBits[ROOK_INDEX + BLACK]);
-      queensB |= attacks;
-      black(square, attacks);
-    }
+    EachSlider(men[QUEEN_INDEX + WHITE], p.occupied, men[ROOK_INDEX + WHITE], queensW, QueenSight, white);
+    EachSlider(men[QUEEN_INDEX + BLACK], p.occupied, men[ROOK_INDEX + BLACK], queensB, QueenSight, black);
     attW |= queensW;
     attB |= queensB;
   }

@@ -491,8 +491,7 @@ class ListMaker {
     PieceThreats<BISHOP>(men_[BISHOP_INDEX + Us] & own);
     for (Bitboard b = pushes_; b; b &= b - 1) {
       const int to = lowest_square(b);
-      const int back = Us == WHITE ? to - 8 : to + 8;
-      const int from = p_.board[back] ? back : (Us == WHITE ? to - 16 : to + 16);
+      const int from = producer_detail::PushOrigin<Us>(to);
       if (Threat<PAWN>(from, to, PAWN_LOW, 0x20000)) pushes_ &= ~bit(to);
     }
   }

@@ -51,6 +51,7 @@
 #include "report/output.h"
 #include "search/ordering_margins.h"
 #include "search/ordering_tables.h"
+#include "search/search_common.h"
 
 constexpr int PICKER_LIST_SIZE = 256;
 constexpr int PICKER_DEFERRED_SIZE = 64;
@@ -124,21 +125,6 @@ inline void StartPicker(MovePicker* picker, int stage, Move first, Move second, 
 inline int PickedStage(const MovePicker* picker) { return picker->lastStage; }
 
 namespace picker_detail {
-
-// Largest word from the cursor on, swapped to the cursor; 0 when none is left.
-[[gnu::always_inline]] inline Move SelectLargest(Move* cursor) {
-  Move best = *cursor;
-  if (!best) return 0;
-  Move* at = cursor;
-  for (Move* q = cursor + 1; *q; ++q)
-    if (*q > best) {
-      best = *q;
-      at = q;
-    }
-  *at = *cursor;
-  *cursor = best;
-  return best;
-}
 
 [[gnu::always_inline]] inline bool IsListed(const MovePicker* p, Move word) {
   return (p->second && !((word ^ p->second) & LISTED_MOVE_BITS)) ||

@@ -98,7 +98,7 @@ inline int32_t LazyEstimate(NodeRecord* node) {
 
 // Picks the largest word of a zero-terminated list from `cursor` on and
 // swaps it to the cursor; 0 at the end of the list.
-inline Move SelectLargest(Move* cursor) {
+[[gnu::always_inline]] inline Move SelectLargest(Move* cursor) {
   if (!*cursor) return 0;
   Move* best = cursor;
   for (Move* p = cursor + 1; *p; ++p)

@@ -6,6 +6,7 @@
 #include "clock/node_count.h"
 #include "eval/attack_maps.h"
 #include "eval/capture_lists.h"
+#include "search/search_common.h"
 
 namespace harness {
 
@@ -27,22 +28,10 @@ Bitboard RunCaptureList(int variant, Move* list, NodeRecord* node, Move hashMove
 }
 
 template <int Us>
-bool KingAttacked() {
-  constexpr int Them = Us ^ 1;
-  const Bitboard* men = position.pieceBits;
-  const int k = int(position.kingSquare[Us]);
-  const Bitboard occ = position.occupied;
-  return (RookAttacks(k, occ) & (men[ROOK_INDEX + Them] | men[QUEEN_INDEX + Them])) ||
-         (BishopAttacks(k, occ) & (men[BISHOP_INDEX + Them] | men[QUEEN_INDEX + Them])) ||
-         (KNIGHT_ATTACKS[k] & men[KNIGHT_INDEX + Them]) || (PawnSources<Them>(k) & men[PAWN_INDEX + Them]) ||
-         (KING_ATTACKS[k] & men[KING_INDEX + Them]);
-}
-
-template <int Us>
 int Produce(Move* list, int variant, NodeRecord* node, Move hashMove, int row) {
   Move* start = list;
   *list = 0;
-  if (KingAttacked<Us>()) {
+  if (KingInCheck<Us>()) {
     GenerateEvasions<Us>(list, ~position.colourBits[Us], true);
   } else {
     if (hashMove) *list++ = hashMove;
@@ -72,7 +61,7 @@ uint64_t Perft(NodeRecord* node, int depth) {
       if (!m) continue;
       SavedState saved;
       MakeMove<Us>(m, &saved, node);
-      if (!KingAttacked<Us>()) count += depth == 1 ? 1 : Perft<Us ^ 1>(node + 1, depth - 1);
+      if (!KingInCheck<Us>()) count += depth == 1 ? 1 : Perft<Us ^ 1>(node + 1, depth - 1);
       UnmakeMove<Us>(m, &saved);
     }
   }
@@ -88,7 +77,7 @@ std::vector<Move> ProduceAll(int side, int variant, NodeRecord* node, Move hashM
   return std::vector<Move>(list, list + n);
 }
 
-bool InCheck(int side) { return side == WHITE ? KingAttacked<WHITE>() : KingAttacked<BLACK>(); }
+bool InCheck(int side) { return side == WHITE ? KingInCheck<WHITE>() : KingInCheck<BLACK>(); }
 
 uint64_t EnginePerft(int side, int depth) {
   static NodeRecord stack[64];
