@@ -9,6 +9,7 @@
 #include "hash/table.h"
 #include "search/move_picker.h"
 #include "search/ordering_margins.h"
+#include "search/node_support.h"
 #include "search/search_common.h"
 
 namespace {
@@ -17,27 +18,11 @@ using namespace HashEntry;
 
 constexpr int32_t NO_VALUE = -32768;  // a hash move that proved illegal was not searched
 
-// The full evaluation at a node, from Us's view, followed by the gain update.
-template <int Us>
-int32_t FullScore(NodeRecord* node) {
-  const int32_t white = Evaluate(node);
-  node->staticScore = Us == WHITE ? white : -white;
-  UpdateGain<Us>(node);
-  return node->staticScore;
-}
-
-// After a null move the parent's score and maps stand, from our side.
-inline int32_t NullMoveScore(NodeRecord* node) {
-  const NodeRecord& parent = node[-1];
-  node->whiteAttacks = parent.whiteAttacks;
-  node->blackAttacks = parent.blackAttacks;
-  node->whiteThreatened = parent.whiteThreatened;
-  node->blackThreatened = parent.blackThreatened;
-  node->positionalScore = parent.positionalScore;
-  node->approximate = parent.approximate;
-  node->staticScore = -parent.staticScore;
-  return node->staticScore;
-}
+// A queen can chase a king with safe checks for hundreds of plies without
+// repeating a position. Quiet checks are tried only in the first plies of
+// quiescence, and never near the end of the node stack; captures run out.
+constexpr int QUIET_CHECK_PLIES = 8;
+constexpr int QUIET_CHECK_PLY_LIMIT = 160;
 
 // The stand-pat value of a static score at or above beta, damped past beta + 30.
 inline int32_t StandPat(int32_t score, int32_t beta) {
@@ -67,14 +52,6 @@ int32_t SearchReply(Move m, int32_t alpha, int32_t beta, int32_t qply, NodeRecor
     v = check ? -QuiesceEvasions<Them>(1 - beta, qply, node + 1) : -Quiesce<Them>(1 - beta, qply, node + 1);
   UnmakeMove<Us>(m, &saved);
   return v;
-}
-
-// The hash move of a bucket: the last matching slot with a move.
-inline Move BucketMove(const HashBucket& bucket, uint64_t key) {
-  Move move = 0;
-  for (const uint64_t e : bucket.word)
-    if (Matches(e, key) && BestMove(e)) move = BestMove(e);
-  return move;
 }
 
 // Targets and variant of a capture list in quiescence: far below beta the
@@ -118,22 +95,6 @@ bool PassesExchange(Move m, Bitboard mask, const NodeRecord* node) {
   Bitboard candidates = mask & node->queenRayMask;
   if (!(m & 0x380000)) candidates &= node->pieceRayMask;
   return ExchangeTest<Us>(to, occ, candidates, int64_t(m & MOVE_STAKE));
-}
-
-inline bool SameMove(Move a, Move b) { return !((a ^ b) & (MOVE_IDENTITY | (Move(1) << 48))); }
-
-// The bucket of the position: the first slot whose bound `cuts` accepts ends
-// the node with its value (and confirms the slot's date).
-template <typename Cuts>
-inline bool ProbeCut(const HashBucket& bucket, uint64_t key, Cuts cuts, int32_t* value) {
-  for (int i = 0; i < 4; ++i) {
-    const uint64_t e = bucket.word[i];
-    if (!Matches(e, key) || !cuts(e, Value(e))) continue;
-    RefreshDate(key, i, e);
-    *value = Value(e);
-    return true;
-  }
-  return false;
 }
 
 // The best of a null-window node so far. A value that reaches beta is stored
@@ -224,6 +185,7 @@ int32_t Quiesce(int32_t beta, int32_t qply, NodeRecord* node) {
     const Move m = SelectLargest(cursor);
     if (!m) break;
     if (m >> 63) return KING_CAPTURE_SCORE - PlyIndex(node);
+    if (!(m & MOVE_VICTIM) && (qply < -QUIET_CHECK_PLIES || PlyIndex(node) >= QUIET_CHECK_PLY_LIMIT)) continue;
     if (!PassesExchange<Us>(m, mask, node)) continue;
     if (best.Raise(m, SearchReply<Us, false>(m, beta - 1, beta, qply - 1, node, m & MOVE_EN_PASSANT), beta, key))
       return best.value;
@@ -264,6 +226,7 @@ int32_t QuiescePv(int32_t alpha, int32_t beta, int32_t qply, NodeRecord* node) {
     const Move m = SelectLargest(cursor);
     if (!m) break;
     if (m >> 63) return KING_CAPTURE_SCORE - PlyIndex(node);
+    if (!(m & MOVE_VICTIM) && (qply < -QUIET_CHECK_PLIES || PlyIndex(node) >= QUIET_CHECK_PLY_LIMIT)) continue;
     if (!PassesExchange<Us>(m, mask, node)) continue;
     if (raise(m, SearchReply<Us, true>(m, alpha, beta, qply - 1, node, m & MOVE_EN_PASSANT))) return best.value;
   }

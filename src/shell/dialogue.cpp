@@ -9,11 +9,13 @@
 #include "board/position.h"
 #include "board/make_move.h"
 #include "clock/budget.h"
+#include "clock/go_command.h"
 #include "clock/search_end.h"
 #include "hash/table.h"
 #include "platform/input.h"
 #include "report/output.h"
 #include "search/ordering_tables.h"
+#include "search/root_driver.h"
 #include "search/root_list.h"
 #include "shell/identity.h"
 
@@ -50,7 +52,8 @@ void handle_stop() {
   if (ponder_search) last_search_was_ponder_miss = true;
   search_restart = false;
   log_line("Jumping out of search - stop received.");
-  // The jump itself lands in the root driver, which owns the mark.
+  if (InsideSearch()) JumpToStopMark();
+  stop_pending = true;
 }
 
 void handle_ponderhit() {
@@ -126,6 +129,7 @@ void parse_position_line(const char* line) {
 
 void new_game_reset() {
   clear_root_list();
+  largest_clock = 0;
   ResetOrderingTables();
   // Only the table's owner empties it: a child or a process on a
   // controller's table would wipe what others are searching with. Every
@@ -145,6 +149,7 @@ void dispatch_command(char* line) {
   // the chain, where nothing takes them.
   if (starts_with(line, "position", 8) && is_idle()) return handle_position(line);
   if (starts_with(line, "play", 4) && is_idle()) return handle_play(line);
+  if (starts_with(line, "go", 2) && is_idle()) return handle_go(line);
 }
 
 void read_and_dispatch_line() {

@@ -1,0 +1,200 @@
+#include "clock/go_command.h"
+
+#include <cinttypes>
+#include <cstdlib>
+#include <cstring>
+
+#include "board/move.h"
+#include "board/position.h"
+#include "board/quiet_masks.h"
+#include "clock/budget.h"
+#include "clock/node_count.h"
+#include "clock/search_end.h"
+#include "hash/table.h"
+#include "platform/clock.h"
+#include "report/output.h"
+#include "report/search_lines.h"
+#include "search/root_driver.h"
+#include "search/root_list.h"
+#include "search/search_common.h"
+#include "search/search_margins.h"
+#include "search/search_state.h"
+#include "shell/dialogue.h"
+
+bool play_mode = false;
+uint64_t largest_clock = 0;
+uint64_t expected_key = 0;
+int32_t mate_limit = 0;
+int32_t contempt = 0;
+bool ponder_option = false;
+
+namespace {
+
+// The fixed tuning values of the budget.
+constexpr int64_t TC_BUFFER_S = 3;
+constexpr int64_t TC_HARD_BUFFER = 250;
+constexpr int64_t TC_HARD_MOVE_TIME = 5;
+constexpr int32_t TC_HARD_MOVE_DEPTH = 5;
+constexpr int64_t TC_NORMAL_MOVE_TIME = 80;
+constexpr int64_t TC_MAX_MOVE_TIME = 100;
+constexpr int64_t SURPRISE_FACTOR = 18, INCREMENT_WEIGHT = 10, PONDER_FACTOR = 16;
+// A far-off score keeps its budget: the factor pair is a tuning point.
+constexpr uint64_t FAR_SCORE_NUMERATOR = 3, FAR_SCORE_DENOMINATOR = 3;
+
+int32_t number(const char* word) { return word ? int32_t(std::strtol(word, nullptr, 10)) : 0; }
+
+void reset_limits() {
+  wait_for_gui = false;
+  play_mode = false;
+  ponder_search = false;
+  min_score = -64000;
+  depth_limit = 0x7ffffffe;
+  iter_node_limit = node_limit = 0x7fffffffffffffffull;
+  mate_limit = 0;
+  max_time = NO_BUDGET;
+  move_time_limit = NO_BUDGET;
+  search_moves[0] = 0;
+  contempt = 0;
+}
+
+}  // namespace
+
+void compute_budget(int64_t ownTime, int64_t increment, int64_t movesToGo) {
+  if (uint64_t(ownTime) > largest_clock) largest_clock = uint64_t(ownTime);
+  target_time = NO_BUDGET;
+  const int64_t A = largest_clock < 90000 ? 60 : largest_clock < 150000 ? 51 : 48;
+  const int64_t B = largest_clock < 90000 ? 44 : 42;
+  const int64_t C = largest_clock < 150000 ? 6 : 4;
+  if (ownTime < 1 && increment < 1) return;
+  play_mode = true;
+  int64_t reserve = 0;
+  if (!increment && !movesToGo) {
+    const int32_t x = int32_t(ownTime - TC_HARD_BUFFER);
+    reserve = x > TC_BUFFER_S * 2000 ? TC_BUFFER_S * 1000 : x / 2;
+  }
+  int64_t avail = ownTime - TC_HARD_BUFFER - reserve;
+  if (avail < TC_HARD_MOVE_TIME) avail = TC_HARD_MOVE_TIME;
+  int64_t target = avail / A * TC_NORMAL_MOVE_TIME / 100;
+  int64_t maxt = avail / C * TC_MAX_MOVE_TIME / 100;
+  const bool surprise = position.state.key != expected_key;
+  if (movesToGo) {
+    const int64_t share = avail / movesToGo * 5 / 10;
+    const int64_t t2 = share * TC_NORMAL_MOVE_TIME / 100;
+    int64_t m2 = share * TC_MAX_MOVE_TIME * 8 / 100;
+    if (surprise) m2 = m2 * 15 / 10;
+    const int64_t m3 = (movesToGo + 1) * avail / (2 * movesToGo);
+    max_time = m3 < m2 ? m3 : m2;
+    target = t2 > target ? t2 : target;
+    maxt = max_time > maxt ? max_time : maxt;
+  } else if (increment) {
+    if (60 * increment < ownTime) {
+      const int64_t k = ownTime / 60 > 1 ? ownTime / 60 : 1;
+      target = avail / int32_t(((k - increment) * A + increment * B) / k) * TC_NORMAL_MOVE_TIME / 100;
+      maxt = avail / int32_t(((k - increment) * C + 2 * increment) / k) * TC_MAX_MOVE_TIME / 100;
+    } else {
+      target = avail / B * TC_NORMAL_MOVE_TIME / 100;
+      maxt = avail / 2 * TC_MAX_MOVE_TIME / 100;
+    }
+  } else if (ownTime < TC_HARD_BUFFER) {
+    depth_limit = 2 * TC_HARD_MOVE_DEPTH;
+  }
+  if (increment > 0) {
+    target += INCREMENT_WEIGHT * increment / 10 * TC_NORMAL_MOVE_TIME / 100;
+    maxt += 2 * TC_MAX_MOVE_TIME * increment / 100;
+  }
+  if (ponder_option) target = target * PONDER_FACTOR / 10;
+  if (surprise) target = target * SURPRISE_FACTOR / 10;
+  if (maxt > avail) maxt = avail;
+  if (target > avail) target = avail;
+  max_time = maxt;
+  if (target > maxt) target = maxt;
+  if (root_list[0].score < -200 || root_list[0].score > 200)
+    target = int64_t(uint64_t(target) * FAR_SCORE_NUMERATOR / FAR_SCORE_DENOMINATOR);
+  target_time = target > TC_HARD_MOVE_TIME ? target : TC_HARD_MOVE_TIME;
+  if (max_time > ownTime) max_time = ownTime;
+  if (max_time < TC_HARD_MOVE_TIME) max_time = TC_HARD_MOVE_TIME;
+  log_line("                    target_time: %" PRIu64 "     max_time: %" PRIu64 "     %s", uint64_t(target_time),
+           uint64_t(max_time), ponder_option ? "ponder mode" : "non-ponder mode");
+}
+
+void handle_go(char* line) {
+  reset_limits();
+  char* save = nullptr;
+  char* word = strtok_r(line, " \t", &save);
+  goe_mode = word && std::strcmp(word, "goe") == 0;
+  int64_t ownTime = 0, increment = 0, movesToGo = 0;
+  int searchMoves = 0;
+  const bool white = sideToMove == WHITE;
+  while ((word = strtok_r(nullptr, " \t", &save))) {
+    const auto value = [&]() { return strtok_r(nullptr, " \t", &save); };
+    if (white && !std::strcmp(word, "winc")) increment = number(value()), contempt = 15;
+    else if (!white && !std::strcmp(word, "binc")) increment = number(value()), contempt = -15;
+    else if (!std::strcmp(word, "wtime")) {
+      const int32_t v = number(value());
+      if (white) ownTime = v, contempt = 15;
+    } else if (!std::strcmp(word, "btime")) {
+      const int32_t v = number(value());
+      if (!white) ownTime = v, contempt = -15;
+    } else if (!std::strcmp(word, "minscore")) min_score = number(value());
+    else if (!std::strcmp(word, "depth")) {
+      const char* text = value();
+      double v = text ? std::strtod(text, nullptr) : 0;
+      if (text && std::strstr(text, ",5")) v += 0.5;
+      depth_limit = int32_t(v * 2);
+      if (goe_mode) node_limit = uint64_t(double(uint64_t(1) << (depth_limit / 2 > 62 ? 62 : depth_limit / 2)) * 300);
+    } else if (!std::strcmp(word, "iternodes")) {
+      const char* text = value();
+      iter_node_limit = text ? std::strtoull(text, nullptr, 10) : 0;
+    } else if (!std::strcmp(word, "calc_nodes")) {
+      const char* text = value();
+      const uint64_t v = text ? std::strtoull(text, nullptr, 10) : 0;
+      node_limit = v >= 2101 ? v - 2000 : 100;
+    } else if (!std::strcmp(word, "mate")) mate_limit = std::abs(number(value()));
+    else if (!std::strcmp(word, "infinite")) wait_for_gui = true;
+    else if (!std::strcmp(word, "ponder")) wait_for_gui = ponder_search = true;
+    else if (!std::strcmp(word, "lastsearchwaspmiss")) last_search_was_ponder_miss = true;
+    else if (!std::strcmp(word, "playmode")) play_mode = true;
+    else if (!std::strcmp(word, "movestogo")) movesToGo = number(value());
+    else if (!std::strcmp(word, "movetime")) {
+      const int32_t v = number(value());
+      move_time_limit = v < 31 ? 10 : v - 20;
+    } else if (!std::strcmp(word, "id") || !std::strcmp(word, "date") || !std::strcmp(word, "slave") ||
+               !std::strcmp(word, "goodmovedepth")) {
+      value();  // the pool's words; a single process has no use for them
+    } else if (!std::strcmp(word, "contempt")) contempt = number(value());
+    else if (const Move m = TextToMove(word, true); m && searchMoves < 256) {
+      search_moves[searchMoves++] = m;
+      search_moves[searchMoves] = 0;
+    }
+  }
+  compute_budget(ownTime, increment, movesToGo);
+  start_search();
+}
+
+void start_search() {
+  if (!IsPositionConsistent()) {
+    send_line("bestmove 0000");
+    return;
+  }
+  ComputeSearchMargins();
+  SelectQuietMasks(MaterialStage(position));
+  AdvanceHashDate();
+  last_search_was_ponder_miss = false;
+  iteration_time_out = false;
+  stop_pending = false;
+  largest_printed_nodes = 0;
+  root_pv_search = false;
+  is_searching = true;
+  reset_node_count();
+  std::memset(node_stack, 0, sizeof(NodeRecord) * NODE_STACK_SIZE);
+  search_start = tick_ms();
+  bestmove_open = true;
+  ponderhit_seen = false;
+  if (sideToMove == WHITE) RootDriver<WHITE>();
+  else RootDriver<BLACK>();
+
+  is_searching = false;
+  if (root_list[0].move && root_list[0].depth > 0 && root_list[0].score > min_score) SendRootLine(0, true);
+  if (wait_for_gui) log_line("ponder/infinite search finished, waiting for GUI");
+  else end_of_search();
+}

@@ -1,0 +1,23 @@
+// The go command: its words, the time budget from the clocks, the launch of
+// the root driver of the side to move, and the report when it returns.
+#pragma once
+
+#include <cstdint>
+
+extern bool play_mode;            // a game: clocks were given, or playmode
+extern uint64_t largest_clock;    // largest own clock since the new game
+extern uint64_t expected_key;     // position after the last best move and its ponder reply
+extern int32_t mate_limit;
+extern int32_t contempt;
+extern bool ponder_option;        // option Ponder: a pondering GUI gets more time per move
+
+// The handler of a go line while idle.
+void handle_go(char* line);
+
+// The budget from own time, increment and movestogo (0 for none): sets
+// target_time and max_time, and may limit depth_limit on a tiny clock.
+void compute_budget(int64_t ownTime, int64_t increment, int64_t movesToGo);
+
+// Launches the search on the Position with the limits already set, and
+// reports when it ends.
+void start_search();

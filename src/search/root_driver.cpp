@@ -1,0 +1,221 @@
+#include "search/root_driver.h"
+
+#include <csetjmp>
+#include <cinttypes>
+#include <cstring>
+
+#include "board/make_unmake.h"
+#include "board/move.h"
+#include "board/position.h"
+#include "clock/budget.h"
+#include "clock/iteration_end.h"
+#include "hash/table.h"
+#include "report/output.h"
+#include "report/search_lines.h"
+#include "search/node_search.h"
+#include "search/node_support.h"
+#include "search/root_list.h"
+#include "search/root_moves.h"
+#include "search/search_common.h"
+#include "search/search_state.h"
+#include "shell/dialogue.h"
+
+Move search_moves[257];
+Move current_root_move = 0;
+int32_t current_root_number = 0;
+int32_t current_depth = 0;
+bool always_score_main_move = false;
+bool stop_pending = false;
+
+namespace {
+
+std::jmp_buf stop_mark;
+bool stop_mark_set = false;
+int32_t multi_pv_floor = -8190;
+
+// Sides of the records, alternating from the root's.
+void PrepareStack(int rootSide) {
+  for (int i = 0; i < NODE_STACK_SIZE; ++i) {
+    const int side = (i & 1) ? rootSide : rootSide ^ 1;
+    node_stack[i].sideIndex = side;
+    node_stack[i].sideSign = side == WHITE ? 1 : -1;
+    node_stack[i].otherSign = -node_stack[i].sideSign;
+  }
+}
+
+// How many entries of the go line's search moves name this move.
+int SearchMoveMatches(Move m) {
+  int matches = 0;
+  for (const Move* s = search_moves; *s; ++s) {
+    if (move_from(*s) != move_from(m) || move_to(*s) != move_to(m)) continue;
+    if (is_promotion(m) && promotion_index(WHITE, *s) != promotion_index(WHITE, m)) continue;
+    ++matches;
+  }
+  return matches;
+}
+
+// Steps 1 to 10 of the set-up: the root record evaluated, every legal move
+// numbered against the search moves, the list sorted by its words. Returns
+// the number of root moves.
+template <int Us>
+int BuildRootList() {
+  NodeRecord* root = &node_stack[1];
+  PrepareStack(Us);
+  node_stack[0].currentMove = 0;
+  node_stack[0].moveNumber = 0;
+  root->moveNumber = 0;
+  FullScore<Us>(root);
+  clear_root_list();
+
+  Move list[256], kept[256];
+  const Move* end = CandidateMoves<Us>(list, root);
+  const bool inCheck = KingInCheck<Us>();
+  int count = 0;
+  for (const Move* p = list; p < end; ++p) {
+    const Move m = *p;
+    SavedState saved;
+    MakeMove<Us>(m, &saved, root);
+    int number = KingInCheck<Us>() ? 0 : 31;
+    if (number) FullScore<Us ^ 1>(root + 1);
+    UnmakeMove<Us>(m, &saved);
+    if (!search_moves[0]) ++number;
+    if (inCheck && is_castling(m)) number = 0;
+    number += SearchMoveMatches(m);
+    if (number >= 32) kept[count++] = m;
+  }
+  // Largest word first; ties cannot occur between different moves.
+  for (int i = 1; i < count; ++i)
+    for (int j = i; j > 0 && kept[j] > kept[j - 1]; --j) std::swap(kept[j], kept[j - 1]);
+  if (count == 1) target_time = max_time = 50;
+  for (int i = 0; i < count; ++i) root_list[i].move = kept[i];
+  if (!count) root_list[0].score = inCheck ? -KING_CAPTURE_SCORE : 0;
+  return count;
+}
+
+template <int Us>
+int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
+  constexpr int Them = Us ^ 1;
+  NodeRecord* root = &node_stack[1];
+  multi_pv_floor = -8190;
+  for (int i = 0; i < ROOT_LIST_SIZE && root_list[i].move && alpha < beta; ++i) {
+    const Move m = root_list[i].move;
+    current_root_move = m;
+    current_root_number = i + 1;
+    if (!slave_lines && d >= 28 && SearchTime() > 1000)
+      send_line_quiet("info currmove %s currmovenumber %d", MoveToText(m), i + 1);
+    SavedState saved;
+    MakeMove<Us>(m, &saved, root);
+    const bool check = KingInCheck<Them>();
+    root->currentMove = check ? m | MOVE_CHECK : m & ~MOVE_CHECK;
+    root->moveNumber = uint32_t(i + 1);
+    const int32_t childDepth = d - 2 + (check ? 1 : 0);
+    const RootRecord& row = root_list[i];
+    const bool first = i == 0 && multi_pv == 1;
+    int32_t score;
+    if (d < 4 || (row.depth >= d - 2 && alpha < row.score && i < multi_pv)) {
+      root_pv_search = true;
+      score = -PvSearch<Them>(-beta, -alpha, childDepth, check, root + 1, first ? 3 : 0, 0);
+      root_pv_search = false;
+      if (always_score_main_move && i == 0 && score <= alpha)
+        score = -PvSearch<Them>(-beta, 30000, childDepth, check, root + 1, first ? 3 : 0, 0);
+    } else {
+      score = -NullWindowSearch<Them>(-alpha, childDepth, check, root + 1, 0, ROOT_LATE_MOVE_FLAGS, d - childDepth, 0);
+      if (score > alpha) {
+        root_pv_search = true;
+        score = -ScoutSearch<Them>(-alpha, childDepth, check, root + 1, 0);
+        if (score > alpha) score = -PvSearch<Them>(-beta, -alpha, childDepth, check, root + 1, first ? 1 : 0, 0);
+        root_pv_search = false;
+      }
+    }
+    UnmakeMove<Us>(m, &saved);
+
+    if (row.depth >= d - 2 && row.score > alpha && score <= alpha) continue;  // the old best failed low
+    if (score <= alpha) continue;
+    // The row climbs over every row not yet known as good at this depth.
+    static RootRecord moved;
+    moved = row;
+    int p = i;
+    while (p > 0 && (root_list[p - 1].depth < d || root_list[p - 1].score < score)) {
+      root_list[p] = root_list[p - 1];
+      --p;
+    }
+    moved.depth = d;
+    moved.score = score;
+    moved.upper = 0;
+    moved.lower = score >= beta;
+    moved.time = SearchTime();
+    moved.nodes = NodeFigure();
+    WalkLine(m, 30, moved.pv, sizeof(moved.pv));
+    root_list[p] = moved;
+    if (d >= 8) SendRootLines(d - 2);
+    const int32_t keep = root_list[0].score - multi_pv_cp;
+    if (keep > alpha) alpha = keep;
+    const RootRecord& last = root_list[multi_pv - 1];
+    if (last.depth == d && last.score > alpha) alpha = multi_pv_floor = last.score;
+  }
+  current_root_move = 0;
+  if (!slave_lines && d >= 8) {
+    const uint64_t time = SearchTime(), nodes = NodeFigure();
+    send_line_quiet("info depth %d time %" PRIu64 " nodes %" PRIu64 " nps %" PRIu64 " ", d / 2, time, nodes,
+                    nodes * 1000 / time);
+  }
+  return alpha;
+}
+
+template <int Us>
+int32_t AspirationDriver(int32_t d) {
+  pv_note_ply = 256;
+  const int32_t last = root_list[0].score;
+  if (d >= 6 && multi_pv == 1 && last >= -500 && last <= 500) {
+    int32_t alpha = std::max(last - 15, min_score - 1), beta = alpha + 27, step = 20;
+    bool first = true;
+    for (;;) {
+      const int32_t r = RootMoveLoop<Us>(alpha, beta, d);
+      if ((r > alpha && r < beta) || r < min_score) return r;
+      const int32_t widen = first ? step - 5 : step;
+      step *= 2;
+      first = false;
+      if (r > alpha) beta += widen;
+      else alpha -= widen;
+    }
+  }
+  return RootMoveLoop<Us>(std::max(min_score - 1, -KING_CAPTURE_SCORE), KING_CAPTURE_SCORE, d);
+}
+
+}  // namespace
+
+template <int Us>
+void RootDriver() {
+  if (!BuildRootList<Us>()) return;
+  if (setjmp(stop_mark)) {
+    // Landed from a stop inside the search: the Position is wherever the
+    // search was; the last position line is its source.
+    log_line("restored position: %s", position_line);
+    parse_position_line(position_line);
+    PrepareStack(Us);
+    if (!search_restart) {
+      stop_mark_set = false;
+      return;
+    }
+    search_restart = false;
+  }
+  if (stop_pending) return;  // a stop came while the table was being built
+  stop_mark_set = true;
+  for (int32_t d = 2 + (depth_limit & 1); d < MAX_ITERATION; d += 2) {
+    current_depth = d;
+    if (!slave_lines && d >= 8) send_line_quiet("info depth %d", d / 2);
+    AspirationDriver<Us>(d);
+    if (IterationEndTest(d)) break;
+  }
+  stop_mark_set = false;
+}
+
+bool InsideSearch() { return stop_mark_set; }
+
+void JumpToStopMark() {
+  if (!stop_mark_set) fatal_exit("Stop outside of a search");
+  std::longjmp(stop_mark, 1);
+}
+
+template void RootDriver<WHITE>();
+template void RootDriver<BLACK>();

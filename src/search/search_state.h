@@ -1,0 +1,23 @@
+// What the root driver keeps for the whole search and the node routines
+// read or feed: the search's limits from the go line, the fail-low note of
+// the principal line, the flag of the open-window root search.
+#pragma once
+
+#include <cstdint>
+
+extern int32_t depth_limit;  // half plies; 0x7ffffffe when the go line set none
+extern int32_t min_score;    // a floor under the root window
+extern int32_t multi_pv;     // lines the root keeps exact
+extern int32_t multi_pv_cp;  // how far below the best a kept line may lie
+
+extern bool root_pv_search;   // the root move under search has raised alpha and runs open
+extern int32_t pv_note_ply;   // shallowest ply at which a PV node failed low, 256 for none
+extern int32_t pv_estimate;   // the running value of the principal line from there
+
+// On leaving a move of a PV node: the shallowest such node gives the running
+// estimate of the root's line, from the root mover's side.
+inline void NoteFailLow(int32_t ply, int32_t alpha, bool raised) {
+  if (ply >= pv_note_ply) return;
+  pv_note_ply = ply;
+  pv_estimate = (ply & 1 ? alpha : -alpha) - (raised ? 0 : 25);
+}
