@@ -171,11 +171,7 @@ void handle_go(char* line) {
   start_search();
 }
 
-void start_search() {
-  if (!IsPositionConsistent()) {
-    send_line("bestmove 0000");
-    return;
-  }
+void prepare_search() {
   ComputeSearchMargins();
   SelectQuietMasks(MaterialStage(position));
   AdvanceHashDate();
@@ -190,6 +186,14 @@ void start_search() {
   search_start = tick_ms();
   bestmove_open = true;
   ponderhit_seen = false;
+}
+
+void start_search() {
+  if (!IsPositionConsistent()) {
+    send_line("bestmove 0000");
+    return;
+  }
+  prepare_search();
   if (sideToMove == WHITE) RootDriver<WHITE>();
   else RootDriver<BLACK>();
 

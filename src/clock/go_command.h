@@ -18,6 +18,10 @@ void handle_go(char* line);
 // target_time and max_time, and may limit depth_limit on a tiny clock.
 void compute_budget(int64_t ownTime, int64_t increment, int64_t movesToGo);
 
+// The shared start of every search on the Position: margins and masks from
+// its material, a new hash date, counters, the node stack and the clock.
+void prepare_search();
+
 // Launches the search on the Position with the limits already set, and
 // reports when it ends.
 void start_search();
