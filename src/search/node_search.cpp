@@ -569,6 +569,9 @@ int32_t NullWindowNode(int32_t beta, int32_t depth, NodeRecord* node, uint32_t e
   if (ply > 200) return 0;  // also guards the middle nodes: the stack has 256 records
   if (int32_t(st.fiftyCount) >= FiftyMoveLimit()) return 0;
   if (IsRepetition()) return 0;
+  // A dead draw of the wrong bishop answers any window at once: we cannot
+  // win it when beta asks for more than a draw, they cannot when it asks less.
+  if (Deep && (beta >= 1 ? WrongBishopCorner<Us>() : WrongBishopCorner<Them>())) return 0;
   node->nodeKind = 1;
   node->nodeDepth = uint32_t(depth);
   const uint64_t key = st.key ^ ExclusionKey(exclusion);

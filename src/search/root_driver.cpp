@@ -25,6 +25,7 @@ Move current_root_move = 0;
 int32_t current_root_number = 0;
 int32_t current_depth = 0;
 bool always_score_main_move = false;
+Move root_hash_move = 0;
 bool stop_pending = false;
 
 namespace {
@@ -83,6 +84,11 @@ int BuildRootList() {
     number += SearchMoveMatches(m);
     if (number >= 32) kept[count++] = m;
   }
+  // The table's move for the root, kept for the reports; the order stays
+  // that of the words.
+  const uint64_t key = position.state.key;
+  const Move form = BucketMove(LoadBucket(key), key);
+  root_hash_move = form ? HashMoveToMove<Us>(form) : 0;
   // Largest word first; ties cannot occur between different moves.
   for (int i = 1; i < count; ++i)
     for (int j = i; j > 0 && kept[j] > kept[j - 1]; --j) std::swap(kept[j], kept[j - 1]);

@@ -14,6 +14,8 @@ constexpr int32_t MAX_ITERATION = 126;
 extern Move search_moves[257];
 // The root move under search and its number (1 on), for the reports.
 extern Move current_root_move;
+// The table's move for the root position when the search began, 0 if none.
+extern Move root_hash_move;
 extern int32_t current_root_number;
 extern int32_t current_depth;
 // Option Always Score Main Move: the first move gets an exact value even
