@@ -1007,20 +1007,29 @@ int32_t FrontierChild(int32_t beta, int32_t depth, int32_t extra, NodeRecord* no
   return -Quiesce<Them>(1 - beta, 0, node + 1);
 }
 
+// The entry of both frontier routines: the ply guard, the repetition, and
+// the plain probe. True when the node is decided with `*value`.
+template <int Us>
+bool FrontierEntry(int32_t beta, int32_t depth, NodeRecord* node, Move* hashMove, int32_t* value) {
+  *hashMove = 0;
+  if (PlyIndex(node) > 200 || IsRepetition()) {
+    *value = 0;
+    return true;
+  }
+  node->nodeKind = 1;
+  node->nodeDepth = uint32_t(depth);
+  return ProbePlain<Us>(position.state.key, beta, depth, hashMove, value);
+}
+
 }  // namespace
 
 template <int Us>
 int32_t FrontierSearch(int32_t beta, int32_t depth, NodeRecord* node, int32_t randomBudget) {
   constexpr int Them = Us ^ 1;
-  const int32_t ply = PlyIndex(node);
-  if (ply > 200) return 0;
-  if (IsRepetition()) return 0;
-  node->nodeKind = 1;
-  node->nodeDepth = uint32_t(depth);
   const uint64_t key = position.state.key;
   Move hashMove;
   int32_t cut;
-  if (ProbePlain<Us>(key, beta, depth, &hashMove, &cut)) return cut;
+  if (FrontierEntry<Us>(beta, depth, node, &hashMove, &cut)) return cut;
 
   // G: how far below beta a score lies, scaled by the material on the board
   // (in units of 0x10000 for the limits below).
@@ -1234,14 +1243,10 @@ int32_t FrontierSearch(int32_t beta, int32_t depth, NodeRecord* node, int32_t ra
 template <int Us>
 int32_t FrontierEvasions(int32_t beta, int32_t depth, NodeRecord* node, int32_t randomBudget) {
   const int32_t ply = PlyIndex(node);
-  if (ply > 200) return 0;
-  if (IsRepetition()) return 0;
-  node->nodeKind = 1;
-  node->nodeDepth = uint32_t(depth);
   const uint64_t key = position.state.key;
   Move hashMove;
   int32_t cut;
-  if (ProbePlain<Us>(key, beta, depth, &hashMove, &cut)) return cut;
+  if (FrontierEntry<Us>(beta, depth, node, &hashMove, &cut)) return cut;
   const int32_t score = node[-1].currentMove ? (node->staticScore = LazyEstimate<Us>(node)) : NullMoveScore(node);
   int32_t best = std::min(beta - 1, score - 25);
   const int32_t extra = extension_word / 2;
