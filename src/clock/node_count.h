@@ -9,6 +9,17 @@ constexpr int64_t NODE_BLOCK = 4096;
 extern uint64_t node_blocks;     // blocks of NODE_BLOCK counted nodes, 1 at the start of a search
 extern int64_t node_countdown;   // NODE_BLOCK at the start of a search
 
+// Holds the periodic check off for the makes of one scope outside the tree
+// (root list, line walker, ponder move), so that no input is read and no
+// jump is made halfway through them.
+struct PeriodicCheckHold {
+  int64_t saved = node_countdown;
+  PeriodicCheckHold() { node_countdown = int64_t(1) << 62; }
+  ~PeriodicCheckHold() { node_countdown = saved; }
+  PeriodicCheckHold(const PeriodicCheckHold&) = delete;
+  PeriodicCheckHold& operator=(const PeriodicCheckHold&) = delete;
+};
+
 // Counted nodes of this process.
 inline uint64_t counted_nodes() { return node_blocks * NODE_BLOCK - uint64_t(node_countdown); }
 

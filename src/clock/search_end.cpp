@@ -17,14 +17,12 @@ template <int Us>
 uint64_t KeyAfter(Move best, Move reply) {
   static NodeRecord scratch[3];
   SavedState first, second;
-  const int64_t countdown = node_countdown;
-  node_countdown = int64_t(1) << 62;
+  const PeriodicCheckHold hold;
   MakeMove<Us>(best, &first, &scratch[1]);
   MakeMove<Us ^ 1>(reply, &second, &scratch[2]);
   const uint64_t key = position.state.key;
   UnmakeMove<Us ^ 1>(reply, &second);
   UnmakeMove<Us>(best, &first);
-  node_countdown = countdown;
   return key;
 }
 

@@ -38,8 +38,7 @@ void Walk(Move m, int left, char* out, size_t size, uint64_t* seen, int depth) {
   const int written = MoveToText(m, out);
   out[written] = 0;
   SavedState saved;
-  const int64_t countdown = node_countdown;
-  node_countdown = int64_t(1) << 62;
+  const PeriodicCheckHold hold;
   MakeMove<Us>(m, &saved, &walk_records[1]);
   seen[depth] = position.state.key;
   bool repeated = false;
@@ -53,7 +52,6 @@ void Walk(Move m, int left, char* out, size_t size, uint64_t* seen, int depth) {
     }
   }
   UnmakeMove<Us>(m, &saved);
-  node_countdown = countdown;
 }
 
 }  // namespace
@@ -78,8 +76,7 @@ void WalkLine(Move first, int length, char* buffer, size_t size) {
 
 Move ReplyFromTable(Move first) {
   SavedState saved;
-  const int64_t countdown = node_countdown;
-  node_countdown = int64_t(1) << 62;
+  const PeriodicCheckHold hold;
   Move reply;
   if (sideToMove == WHITE) {
     MakeMove<WHITE>(first, &saved, &walk_records[1]);
@@ -90,7 +87,6 @@ Move ReplyFromTable(Move first) {
     reply = TableMove<WHITE>(&walk_records[2]);
     UnmakeMove<BLACK>(first, &saved);
   }
-  node_countdown = countdown;
   return reply;
 }
 

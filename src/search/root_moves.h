@@ -26,12 +26,10 @@ Move* CandidateMoves(Move* list, NodeRecord* node) {
 template <int Us>
 bool LeavesKingSafe(Move m, NodeRecord* node) {
   SavedState saved;
-  const int64_t countdown = node_countdown;
-  node_countdown = int64_t(1) << 62;
+  const PeriodicCheckHold hold;
   MakeMove<Us>(m, &saved, node);
   const bool safe = !KingInCheck<Us>();
   UnmakeMove<Us>(m, &saved);
-  node_countdown = countdown;
   return safe;
 }
 
