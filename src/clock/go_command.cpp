@@ -12,6 +12,8 @@
 #include "clock/search_end.h"
 #include "hash/table.h"
 #include "platform/clock.h"
+#include "pool/children.h"
+#include "tablebase/tablebase_settings.h"
 #include "report/output.h"
 #include "report/search_lines.h"
 #include "search/root_driver.h"
@@ -27,16 +29,12 @@ uint64_t expected_key = 0;
 int32_t mate_limit = 0;
 int32_t contempt = 0;
 bool ponder_option = false;
+bool limit_strength = false;
+int32_t uci_elo = 1200;
 
 namespace {
 
 // The fixed tuning values of the budget.
-constexpr int64_t TC_BUFFER_S = 3;
-constexpr int64_t TC_HARD_BUFFER = 250;
-constexpr int64_t TC_HARD_MOVE_TIME = 5;
-constexpr int32_t TC_HARD_MOVE_DEPTH = 5;
-constexpr int64_t TC_NORMAL_MOVE_TIME = 80;
-constexpr int64_t TC_MAX_MOVE_TIME = 100;
 constexpr int64_t SURPRISE_FACTOR = 18, INCREMENT_WEIGHT = 10, PONDER_FACTOR = 16;
 // A far-off score keeps its budget: the factor pair is a tuning point.
 constexpr uint64_t FAR_SCORE_NUMERATOR = 3, FAR_SCORE_DENOMINATOR = 3;
@@ -57,9 +55,31 @@ void reset_limits() {
   contempt = 0;
 }
 
+// The children search the same position without a clock of their own: they
+// always run infinite, and the MainProcess ends their search.
+void send_go_to_children() {
+  if (child_pipe_count == 0) return;
+  char moves[257 * 6 + 1] = "";
+  size_t used = 0;
+  for (const Move* m = search_moves; *m && used + 7 < sizeof(moves); ++m) {
+    char text[8];
+    MoveToText(*m, text);
+    used += size_t(std::snprintf(moves + used, sizeof(moves) - used, " %s", text));
+  }
+  const char* play = play_mode ? "playmode " : "";
+  const char* listed = search_moves[0] ? " searchmoves" : "";
+  const char* miss = last_search_was_ponder_miss ? " lastsearchwaspmiss" : "";
+  send_to_children("go contempt %d date %u %sinfinite%s%s%s", contempt, unsigned(HashDate >> HashEntry::DATE_SHIFT), play, listed, miss, moves);
+}
+
 }  // namespace
 
 void compute_budget(int64_t ownTime, int64_t increment, int64_t movesToGo) {
+  const int64_t TC_BUFFER_S = time_settings.buffer_s;
+  const int64_t TC_HARD_BUFFER = time_settings.hard_buffer_ms;
+  const int64_t TC_HARD_MOVE_TIME = time_settings.hard_move_time_ms;
+  const int64_t TC_NORMAL_MOVE_TIME = time_settings.normal_move_time;
+  const int64_t TC_MAX_MOVE_TIME = time_settings.max_move_time;
   if (uint64_t(ownTime) > largest_clock) largest_clock = uint64_t(ownTime);
   target_time = NO_BUDGET;
   const int64_t A = largest_clock < 90000 ? 60 : largest_clock < 150000 ? 51 : 48;
@@ -96,7 +116,7 @@ void compute_budget(int64_t ownTime, int64_t increment, int64_t movesToGo) {
       maxt = avail / 2 * TC_MAX_MOVE_TIME / 100;
     }
   } else if (ownTime < TC_HARD_BUFFER) {
-    depth_limit = 2 * TC_HARD_MOVE_DEPTH;
+    depth_limit = 2 * time_settings.hard_move_depth;
   }
   if (increment > 0) {
     target += INCREMENT_WEIGHT * increment / 10 * TC_NORMAL_MOVE_TIME / 100;
@@ -117,7 +137,7 @@ void compute_budget(int64_t ownTime, int64_t increment, int64_t movesToGo) {
            uint64_t(max_time), ponder_option ? "ponder mode" : "non-ponder mode");
 }
 
-void handle_go(char* line) {
+void read_go_line(char* line) {
   reset_limits();
   char* save = nullptr;
   char* word = strtok_r(line, " \t", &save);
@@ -158,20 +178,40 @@ void handle_go(char* line) {
     else if (!std::strcmp(word, "movetime")) {
       const int32_t v = number(value());
       move_time_limit = v < 31 ? 10 : v - 20;
-    } else if (!std::strcmp(word, "id") || !std::strcmp(word, "date") || !std::strcmp(word, "slave") ||
-               !std::strcmp(word, "goodmovedepth")) {
-      value();  // the pool's words; a single process has no use for them
+    } else if (!std::strcmp(word, "id") || !std::strcmp(word, "slave") || !std::strcmp(word, "goodmovedepth")) {
+      value();  // a controller's words for the slave search
     } else if (!std::strcmp(word, "contempt")) contempt = number(value());
+    else if (!std::strcmp(word, "date")) SetHashDate(uint32_t(number(value())) & 3);
     else if (const Move m = TextToMove(word, true); m && searchMoves < 256) {
       search_moves[searchMoves++] = m;
       search_moves[searchMoves] = 0;
     }
   }
   compute_budget(ownTime, increment, movesToGo);
+}
+
+void handle_go(char* line) {
+  read_go_line(line);
   start_search();
 }
 
+int32_t limited_strength_depth(int32_t elo) {
+  // Half plies by Elo: each row is the lowest rating that still gets fewer.
+  constexpr int32_t ELO_BELOW[] = {1420, 1620, 1800, 1960, 2100, 2220, 2320, 2410,
+                                   2490, 2560, 2620, 2675, 2725, 2770, 2810};
+  int32_t depth = 2;
+  for (const int32_t bound : ELO_BELOW) {
+    if (elo < bound) return depth;
+    depth += 2;
+  }
+  return depth;
+}
+
 void prepare_search() {
+  set_tablebase_probe_depth();
+  if (limit_strength) depth_limit = limited_strength_depth(uci_elo);
+  if (randomizer_table) MarkRandomizerPosition(position.state.key);
+  send_go_to_children();
   ComputeSearchMargins();
   SelectQuietMasks(MaterialStage(position));
   AdvanceHashDate();

@@ -10,9 +10,18 @@ extern uint64_t expected_key;     // position after the last best move and its p
 extern int32_t mate_limit;
 extern int32_t contempt;
 extern bool ponder_option;        // option Ponder: a pondering GUI gets more time per move
+extern bool limit_strength;       // option UCI_LimitStrength: the depth comes from UCI_Elo
+extern int32_t uci_elo;           // option UCI_Elo
 
-// The handler of a go line while idle.
+// The handler of a go line while idle: reads it, then launches the search.
 void handle_go(char* line);
+
+// Reads a go line: resets the limits, takes the words in their fixed order
+// and computes the budget from the clocks. Launches nothing.
+void read_go_line(char* line);
+
+// The depth limit, in half plies, of the limited strength mode at this Elo.
+int32_t limited_strength_depth(int32_t elo);
 
 // The budget from own time, increment and movestogo (0 for none): sets
 // target_time and max_time, and may limit depth_limit on a tiny clock.

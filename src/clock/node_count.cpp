@@ -2,11 +2,13 @@
 
 #include <cinttypes>
 
+#include "board/move.h"
 #include "clock/budget.h"
 #include "platform/clock.h"
 #include "report/output.h"
 #include "report/search_lines.h"
 #include "search/root_driver.h"
+#include "search/root_list.h"
 #include "search/search_state.h"
 #include "shell/dialogue.h"
 
@@ -14,13 +16,41 @@ uint64_t node_blocks = 1;
 int64_t node_countdown = NODE_BLOCK;
 
 namespace {
+
 uint64_t last_tick = 0;
-}
+
+// A budget that no other process's report has stretched: the share of the
+// target after which a search in progress stops at a check.
+constexpr int64_t TIME_FACTOR = 90;
+// Tenths of that share: after a ponder hit, while the best move is being
+// searched open, and otherwise.
+constexpr int64_t SHARE_AFTER_PONDERHIT = 10, SHARE_ON_BEST = 24, SHARE_OTHERWISE = 42;
+
+}  // namespace
 
 void reset_node_count() {
   node_blocks = 1;
   node_countdown = NODE_BLOCK;
   last_tick = tick_ms();
+}
+
+void stretch_budget(int64_t elapsed) {
+  const Move best = root_list[0].move;
+  const bool onBest = root_pv_search && best && move_from(best) == move_from(current_root_move) &&
+                      move_to(best) == move_to(current_root_move);
+  if (!wait_for_gui) {
+    const int64_t share = ponderhit_seen ? SHARE_AFTER_PONDERHIT : onBest ? SHARE_ON_BEST : SHARE_OTHERWISE;
+    const int64_t limit = TIME_FACTOR * target_time / 100 * share / 10;
+    if (elapsed >= limit) max_time = 0;
+  }
+  // Past half the hard limit only a new move that is proving itself better
+  // keeps the search alive.
+  if (elapsed >= max_time / 2 && (!root_pv_search || onBest)) max_time = 0;
+}
+
+bool time_is_up(int64_t elapsed) {
+  if (!wait_for_gui && (elapsed >= max_time || elapsed >= move_time_limit)) return true;
+  return NodeFigure() > node_limit;
 }
 
 void periodic_check() {
@@ -30,17 +60,15 @@ void periodic_check() {
   poll_input();
   const uint64_t now = tick_ms();
   const int64_t elapsed = int64_t(now - search_start);
-  // Once half the hard limit is gone, only a new move that is being proved
-  // better keeps the search alive.
-  if (!is_child && !slave_lines && elapsed >= max_time / 2 && !root_pv_search) max_time = 0;
+  if (!is_child && !slave_lines) stretch_budget(elapsed);
   if (now > last_tick + 1000) {
     last_tick = now;
     if (!slave_lines) send_line_quiet("info time %" PRIu64 " nodes %" PRIu64, uint64_t(elapsed), NodeFigure());
   }
-  if (!InsideSearch()) return;
-  if ((!wait_for_gui && (elapsed >= max_time || elapsed >= move_time_limit)) || NodeFigure() > node_limit) {
+  if (InsideSearch() && time_is_up(elapsed)) {
     log_line("Jumping out of search - allotted time is up.");
     search_restart = false;
     JumpToStopMark();
   }
+  if (cpu_usage < 100) sleep_ms(100 - cpu_usage);
 }

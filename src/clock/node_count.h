@@ -26,6 +26,13 @@ inline uint64_t counted_nodes() { return node_blocks * NODE_BLOCK - uint64_t(nod
 // Sets the counters for a new search.
 void reset_node_count();
 
+// The time rules of the check at `elapsed` ms: the soft share of the target
+// and the half of the hard limit may set max_time to 0.
+void stretch_budget(int64_t elapsed);
+// Whether the check must end the search now: the hard limit, the movetime,
+// both only with a clock running, or the node limit, always.
+bool time_is_up(int64_t elapsed);
+
 // Called by White's full make when the countdown has run out: opens the next
 // block and polls the input, which may end the search by its long jump.
 void periodic_check();

@@ -6,6 +6,8 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 void command_line_text(char* buffer, size_t size) {
   if (!size) return;
@@ -37,4 +39,28 @@ void set_process_nice(int nice_value) { setpriority(PRIO_PROCESS, 0, nice_value)
 void platform_start() {
   std::signal(SIGPIPE, SIG_IGN);
   std::setvbuf(stdout, nullptr, _IONBF, 0);
+}
+
+void processor_description(double* mhz, char* name, size_t size) {
+  *mhz = 0;
+  if (size) name[0] = 0;
+  FILE* info = std::fopen("/proc/cpuinfo", "r");
+  if (!info) return;
+  char line[512];
+  bool haveName = false, haveSpeed = false;
+  while ((!haveName || !haveSpeed) && std::fgets(line, sizeof(line), info)) {
+    char* colon = std::strchr(line, ':');
+    if (!colon) continue;
+    char* value = colon + 1;
+    while (*value == ' ') ++value;
+    value[std::strcspn(value, "\n")] = 0;
+    if (!haveName && std::strncmp(line, "model name", 10) == 0) {
+      std::snprintf(name, size, "%s", value);
+      haveName = true;
+    } else if (!haveSpeed && std::strncmp(line, "cpu MHz", 7) == 0) {
+      *mhz = std::atof(value);
+      haveSpeed = true;
+    }
+  }
+  std::fclose(info);
 }

@@ -7,7 +7,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <ctime>
+
 #include "platform/clock.h"
+#include "shell/identity.h"
 
 bool is_child = false;
 bool goe_mode = false;
@@ -16,6 +19,10 @@ bool send_text_reports = true;
 
 FILE* uci_log = nullptr;
 uint64_t uci_log_start_tick = 0;
+FILE* html_log = nullptr;
+bool log_skip_fluff = true;
+char log_directory[LOG_PATH_SIZE] = "";
+char uci_log_name[LOG_PATH_SIZE + 512] = "";
 
 namespace {
 
@@ -77,6 +84,68 @@ void write_log_sent(const char* text) {
 }
 
 }  // namespace
+
+namespace {
+
+bool name_is_free(const char* name) {
+  FILE* probe = std::fopen(name, "r");
+  if (!probe) return true;
+  std::fclose(probe);
+  return false;
+}
+
+// The day in the file names, as "Nov_14".
+void date_text(char* buffer, size_t size) {
+  const time_t now = time(nullptr);
+  tm local;
+  localtime_r(&now, &local);
+  std::strftime(buffer, size, "%b_%d", &local);
+}
+
+}  // namespace
+
+bool open_uci_log() {
+  if (uci_log) return true;
+  char date[32];
+  date_text(date, sizeof(date));
+  const int pid = int(getpid());
+  for (int n = 1;; ++n) {
+    if (is_child)
+      std::snprintf(uci_log_name, sizeof(uci_log_name), "%suci_child.%s.%d.%d.txt", log_directory, date, n, pid);
+    else if (n == 1)
+      std::snprintf(uci_log_name, sizeof(uci_log_name), "%suci log %s%s%d.txt", log_directory, engine_short_name,
+                    engine_short_name[0] ? " " : "", pid);
+    else
+      std::snprintf(uci_log_name, sizeof(uci_log_name), "%suci log %s%s%d %d.txt", log_directory,
+                    engine_short_name, engine_short_name[0] ? " " : "", pid, n);
+    if (name_is_free(uci_log_name)) break;
+  }
+  uci_log = std::fopen(uci_log_name, "w");
+  uci_log_start_tick = tick_ms();
+  return uci_log != nullptr;
+}
+
+bool open_html_log() {
+  if (html_log) return true;
+  char date[32], name[LOG_PATH_SIZE + 512];
+  date_text(date, sizeof(date));
+  for (int n = 1;; ++n) {
+    std::snprintf(name, sizeof(name), "%s%slog.%s.%s.%d.html", "", log_directory, engine_short_name, date, n);
+    if (name_is_free(name)) break;
+  }
+  html_log = std::fopen(name, "w");
+  return html_log != nullptr;
+}
+
+void close_logs() {
+  if (uci_log) std::fclose(uci_log);
+  uci_log = nullptr;
+  if (html_log) {
+    std::fputs("\n</BODY></HTML>\n", html_log);
+    std::fclose(html_log);
+  }
+  html_log = nullptr;
+}
 
 #define FORMAT_ARGS(buffer)            \
   char buffer[LINE_SIZE];              \
@@ -153,6 +222,13 @@ void send_line_quiet(const char* format, ...) {
 void send_line_unlogged(const char* format, ...) {
   if (goe_mode || slave_lines || is_child) return;
   FORMAT_ARGS(text);
+  write_stdout(text);
+}
+
+void send_progress_line(const char* format, ...) {
+  if (goe_mode || slave_lines || is_child) return;
+  FORMAT_ARGS(text);
+  if (!log_skip_fluff) write_log_sent(text);
   write_stdout(text);
 }
 

@@ -8,7 +8,10 @@
 #include "board/move.h"
 #include "board/position.h"
 #include "clock/budget.h"
+#include "clock/go_command.h"
 #include "clock/iteration_end.h"
+#include "clock/node_count.h"
+#include "eval/eval_settings.h"
 #include "hash/table.h"
 #include "report/output.h"
 #include "report/search_lines.h"
@@ -25,12 +28,17 @@ Move current_root_move = 0;
 int32_t current_root_number = 0;
 int32_t current_depth = 0;
 bool always_score_main_move = false;
+bool display_upperbounds = false;
 Move root_hash_move = 0;
 bool stop_pending = false;
 
 namespace {
 
 std::jmp_buf stop_mark;
+// The fail-low report's line from the table is kept short.
+constexpr int FAIL_LOW_LINE_MOVES = 14;
+// Above every row's depth: a report of the first row alone.
+constexpr int32_t ROOT_LIST_DEPTH_NONE = 0x7fffffff;
 bool stop_mark_set = false;
 int32_t multi_pv_floor = -8190;
 
@@ -98,6 +106,42 @@ int BuildRootList() {
   return count;
 }
 
+// Shows the first row as an upper bound of `score` at depth d, with the
+// figures of this moment, and puts the row back. `walk` rebuilds its line
+// from the table; `minDepth` picks the other rows shown with it (none when
+// above every row's depth).
+void ShowFirstRowUpperBound(Move m, int32_t d, int32_t score, bool walk, int32_t minDepth) {
+  static RootRecord saved;
+  saved = root_list[0];
+  RootRecord& row = root_list[0];
+  row.move = m;
+  row.depth = d;
+  row.score = score;
+  row.lower = 0;
+  row.upper = 1;
+  row.time = SearchTime();
+  row.nodes = NodeFigure();
+  if (walk) WalkLine(m, FAIL_LOW_LINE_MOVES, row.pv, sizeof(row.pv));
+  SendRootLine(0, false);
+  for (int i = 1; i < multi_pv && i < ROOT_LIST_SIZE && root_list[i].move; ++i)
+    if (root_list[i].depth >= minDepth) SendRootLine(i, false);
+  root_list[0] = saved;
+}
+
+// The root moves in their present order, for a front end that asked for
+// them; shallow iterations give an empty list.
+void SendRootMoveOrder(int32_t d) {
+  static char text[ROOT_LIST_SIZE * 6 + 1];
+  size_t used = 0;
+  text[0] = 0;
+  for (int i = 0; d >= 14 && i < ROOT_LIST_SIZE && root_list[i].move; ++i) {
+    char move[8];
+    MoveToText(root_list[i].move, move);
+    used += size_t(std::snprintf(text + used, sizeof(text) - used, " %s", move));
+  }
+  send_line("info allmoves%s", text);
+}
+
 template <int Us>
 int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
   constexpr int Them = Us ^ 1;
@@ -108,9 +152,12 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
     current_root_move = m;
     current_root_number = i + 1;
     if (!slave_lines && d >= 28 && SearchTime() > 1000)
-      send_line_quiet("info currmove %s currmovenumber %d", MoveToText(m), i + 1);
+      send_progress_line("info currmove %s currmovenumber %d", MoveToText(m), i + 1);
     SavedState saved;
     MakeMove<Us>(m, &saved, root);
+    // A move back into a position of an earlier game must beat alpha by the
+    // threshold, which spreads the openings of a series of games.
+    const int32_t t = RandomizerMarked(position.state.key) ? randomizer_threshold : 0;
     const bool check = KingInCheck<Them>();
     root->currentMove = check ? m | MOVE_CHECK : m & ~MOVE_CHECK;
     root->moveNumber = uint32_t(i + 1);
@@ -120,22 +167,29 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
     int32_t score;
     if (d < 4 || (row.depth >= d - 2 && alpha < row.score && i < multi_pv)) {
       root_pv_search = true;
-      score = -PvSearch<Them>(-beta, -alpha, childDepth, check, root + 1, first ? 3 : 0, 0);
+      score = -(t + PvSearch<Them>(-(beta + t), -(alpha + t), childDepth, check, root + 1, first ? 3 : 0, 0));
       root_pv_search = false;
+      if (display_upperbounds && i == 0 && score <= alpha && d >= 8) ShowFirstRowUpperBound(m, d, score, false, d - 2);
       if (always_score_main_move && i == 0 && score <= alpha)
-        score = -PvSearch<Them>(-beta, 30000, childDepth, check, root + 1, first ? 3 : 0, 0);
+        score = -(t + PvSearch<Them>(-(beta + t), 30000, childDepth, check, root + 1, first ? 3 : 0, 0));
     } else {
-      score = -NullWindowSearch<Them>(-alpha, childDepth, check, root + 1, 0, ROOT_LATE_MOVE_FLAGS, d - childDepth, 0);
+      score = -(t + NullWindowSearch<Them>(-(alpha + t), childDepth, check, root + 1, 0, ROOT_LATE_MOVE_FLAGS,
+                                           d - childDepth, 0));
       if (score > alpha) {
         root_pv_search = true;
-        score = -ScoutSearch<Them>(-alpha, childDepth, check, root + 1, 0);
-        if (score > alpha) score = -PvSearch<Them>(-beta, -alpha, childDepth, check, root + 1, first ? 1 : 0, 0);
+        score = -(t + ScoutSearch<Them>(-(alpha + t), childDepth, check, root + 1, 0));
+        if (score > alpha)
+          score = -(t + PvSearch<Them>(-(beta + t), -(alpha + t), childDepth, check, root + 1, first ? 1 : 0, 0));
         root_pv_search = false;
       }
     }
     UnmakeMove<Us>(m, &saved);
 
-    if (row.depth >= d - 2 && row.score > alpha && score <= alpha) continue;  // the old best failed low
+    if (row.depth >= d - 2 && row.score > alpha && score <= alpha) {
+      // The move that looked best has failed low: the front end hears of it.
+      if (i == 0 && d >= 8) ShowFirstRowUpperBound(m, d, score, true, ROOT_LIST_DEPTH_NONE);
+      continue;
+    }
     if (score <= alpha) continue;
     // The row climbs over every row not yet known as good at this depth.
     static RootRecord moved;
@@ -160,6 +214,7 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
     if (last.depth == d && last.score > alpha) alpha = multi_pv_floor = last.score;
   }
   current_root_move = 0;
+  if (dwx3_invoked) SendRootMoveOrder(d);
   if (!slave_lines && d >= 8) {
     const uint64_t time = SearchTime(), nodes = NodeFigure();
     send_line_quiet("info depth %d time %" PRIu64 " nodes %" PRIu64 " nps %" PRIu64 " ", d / 2, time, nodes,
@@ -192,12 +247,14 @@ int32_t AspirationDriver(int32_t d) {
 
 template <int Us>
 void RootDriver() {
+  ApplyPieceAdjustments(play_mode);
   if (!BuildRootList<Us>()) return;
   if (setjmp(stop_mark)) {
     // Landed from a stop inside the search: the Position is wherever the
     // search was; the last position line is its source.
     log_line("restored position: %s", position_line);
     parse_position_line(position_line);
+    ApplyPieceAdjustments(play_mode);
     PrepareStack(Us);
     if (!search_restart) {
       stop_mark_set = false;
@@ -209,7 +266,7 @@ void RootDriver() {
   stop_mark_set = true;
   for (int32_t d = 2 + (depth_limit & 1); d < MAX_ITERATION; d += 2) {
     current_depth = d;
-    if (!slave_lines && d >= 8) send_line_quiet("info depth %d", d / 2);
+    if (!slave_lines && d >= 8) send_progress_line("info depth %d", d / 2);
     AspirationDriver<Us>(d);
     if (IterationEndTest(d)) break;
   }

@@ -21,6 +21,7 @@ extern int32_t current_depth;
 // Option Always Score Main Move: the first move gets an exact value even
 // when it fails low.
 extern bool always_score_main_move;
+extern bool display_upperbounds;  // option Display Upperbounds: a failing first move is shown as a bound
 
 // Runs the whole search of the side to move; returns when it is over. The
 // root list then holds the result, best first.

@@ -8,3 +8,6 @@ int32_t multi_pv_cp = 20000;
 bool root_pv_search = false;
 int32_t pv_note_ply = 256;
 int32_t pv_estimate = 0;
+
+uint8_t* randomizer_table = nullptr;
+int32_t randomizer_threshold = 8;

@@ -21,3 +21,15 @@ inline void NoteFailLow(int32_t ply, int32_t alpha, bool raised) {
   pv_note_ply = ply;
   pv_estimate = (ply & 1 ? alpha : -alpha) - (raised ? 0 : 25);
 }
+
+// The randomizer of openings: one bit per position, by its key, marking the
+// positions that earlier games reached, so that a root move leading back to
+// one is searched against a raised alpha. Null while the mode is off.
+constexpr uint32_t RANDOMIZER_BYTES = 0x400000;
+extern uint8_t* randomizer_table;
+extern int32_t randomizer_threshold;  // the raise, in score units
+
+inline uint8_t& RandomizerByte(uint64_t key) { return randomizer_table[(key >> 3) & (RANDOMIZER_BYTES - 1)]; }
+inline uint8_t RandomizerBit(uint64_t key) { return uint8_t(1u << (key & 7)); }
+inline void MarkRandomizerPosition(uint64_t key) { RandomizerByte(key) |= RandomizerBit(key); }
+inline bool RandomizerMarked(uint64_t key) { return randomizer_table && (RandomizerByte(key) & RandomizerBit(key)); }

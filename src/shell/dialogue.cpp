@@ -2,7 +2,9 @@
 
 #include <strings.h>
 
+#include <cinttypes>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "board/move.h"
@@ -13,11 +15,14 @@
 #include "clock/search_end.h"
 #include "hash/table.h"
 #include "platform/input.h"
+#include "pool/children.h"
+#include "report/search_lines.h"
 #include "report/output.h"
 #include "search/ordering_tables.h"
 #include "search/root_driver.h"
 #include "search/root_list.h"
 #include "shell/identity.h"
+#include "shell/options.h"
 
 bool is_searching = false;
 bool wait_for_gui = false;
@@ -25,6 +30,10 @@ bool ponder_search = false;
 bool search_restart = false;
 bool ponderhit_seen = false;
 bool last_search_was_ponder_miss = false;
+bool uci3_invoked = false;
+bool qvn3_invoked = false;
+bool dwx3_invoked = false;
+int32_t slave_mode = 0;
 char position_line[POSITION_LINE_SIZE];
 char last_move_text[8];
 
@@ -39,7 +48,118 @@ bool is_idle() { return !is_searching && !wait_for_gui; }
 void handle_uci() {
   send_line("id name %s", engine_name);
   send_line("id author Orlan Tesk");
+  print_option_list();
   send_line("uciok");
+}
+
+void handle_uci3() {
+  send_line("option name EgtbGate type path default <empty>");
+  send_line("option name Hash File type file default *.vsh");
+  send_line("uci3ok");
+  uci3_invoked = true;
+  log_line("Uci3 has been invoked.");
+}
+
+void handle_qvn3() {
+  send_line("option name qvn3_randomizer_threshold type spin default 8 min 1 max 512");
+  send_line("option name qvn3_randomizer_mode type check default false");
+  send_line("option name qvn3_randomizer_reset type button");
+  send_line("qvn3ok");
+  qvn3_invoked = true;
+  log_line("Qvn3 has been invoked.");
+}
+
+void handle_dwx3() {
+  send_line("dwx3ok");
+  dwx3_invoked = true;
+  log_line("Dwx3 has been invoked.");
+}
+
+// The entries of a FEN's bucket in a scratch record, so that the game's
+// Position stays as it is. The deepest entry of the position counts; false
+// when the FEN is refused.
+bool deepest_entry(const char* fen, uint64_t* entry, uint64_t* key) {
+  static Position scratch;
+  if (!SetRecordFromFen(&scratch, fen)) return false;
+  *key = scratch.state.key;
+  const HashBucket bucket = LoadBucket(*key);
+  *entry = 0;
+  int32_t best = 0;
+  for (const uint64_t word : bucket.word)
+    if (HashEntry::Matches(word, *key) && HashEntry::Depth(word) > best) {
+      best = HashEntry::Depth(word);
+      *entry = word;
+    }
+  return true;
+}
+
+void handle_probe(const char* line) {
+  const char* fen = line + 6;
+  uint64_t entry, key;
+  if (!deepest_entry(fen, &entry, &key) || !entry) {
+    report_text("Probed position not found.");
+    return;
+  }
+  char text[1024], moveText[8];
+  MoveToText(HashEntry::BestMove(entry), moveText);
+  int length = std::snprintf(text, sizeof(text), "info probe position %s move %s depth %d", fen, moveText,
+                             HashEntry::Depth(entry) / 2);
+  const int32_t value = HashEntry::Value(entry);
+  if (length > 0 && size_t(length) < sizeof(text)) {
+    const char* bound = HashEntry::IsLower(entry) && HashEntry::IsUpper(entry) ? "ex"
+                        : HashEntry::IsLower(entry)                            ? "lb"
+                        : HashEntry::IsUpper(entry)                            ? "ub"
+                                                                               : nullptr;
+    if (bound) std::snprintf(text + length, sizeof(text) - size_t(length), " %s %d", bound, value);
+  }
+  send_line("%s", text);
+}
+
+// "write <score> <fen>": the score goes into the table as an exact entry of
+// the greatest depth, keeping the move the table knows for the position.
+void handle_write(const char* line) {
+  const char* rest = line + 6;
+  const int32_t score = std::atoi(rest);
+  const char* blank = std::strchr(rest, ' ');
+  if (!blank) return;
+  uint64_t entry, key;
+  if (!deepest_entry(blank + 1, &entry, &key)) return;
+  StoreForced(key, HashEntry::BestMove(entry), score + HashEntry::VALUE_BIAS);
+}
+
+void handle_slave_mode(const char* line) {
+  send_to_children("%s", line);
+  const int32_t before = slave_mode;
+  slave_mode = std::strlen(line) >= 11 ? std::atoi(line + 11) : 0;
+  report_text("Slave mode set to %d (had been %d).", slave_mode, before);
+}
+
+// "tt [n]": three searches to a fixed depth, the first on the present
+// position. The other two texts hold no "fen", so they set up the start
+// position, as the position parser does with any such line.
+void handle_test_run(const char* line) {
+  // A search inside a search would lose the outer one's way out.
+  if (is_searching) return;
+  if (!configured.max_cpus) {
+    max_cpus = 1;
+    report_text("Max CPUs set to 1");
+  }
+  const int32_t depth = std::strlen(line) > 3 ? std::atoi(line + 3) + 2 : 10;
+  static const char* const LINES[] = {
+      nullptr,
+      "4r3/1b2rp1k/1p1q1bpp/pP1p3P/P1pP4/4PB2/2Q2PP1/2R1RNK1 w - - 0 1",
+      "2k5/pb1r1pr1/8/1qNp4/1ppB4/6P1/1P3PBP/R4RK1 b - - 0 1",
+  };
+  for (const char* text : LINES) {
+    if (text) {
+      std::snprintf(position_line, sizeof(position_line), "%s", text);
+      parse_position_line(position_line);
+    }
+    char go[32];
+    std::snprintf(go, sizeof(go), "go depth %d", depth);
+    read_go_line(go);
+    start_search();
+  }
 }
 
 void handle_stop() {
@@ -142,14 +262,29 @@ void dispatch_command(char* line) {
   if (starts_with(line, "quit", 4)) fatal_exit("Quit command received");
   if (starts_with(line, "stop", 4)) return handle_stop();
   if (starts_with(line, "ponderhit", 9)) return handle_ponderhit();
-  if (starts_with(line, "ucinewgame", 10) && is_idle()) return new_game_reset();
+  if (starts_with(line, "ucinewgame", 10) && is_idle()) {
+    send_to_children("%s", line);
+    return new_game_reset();
+  }
+  if (starts_with(line, "uci3", 4)) return handle_uci3();
+  if (starts_with(line, "qvn3", 4)) return handle_qvn3();
+  if (starts_with(line, "dwx3", 4)) return handle_dwx3();
+  if (starts_with(line, "probe ", 6)) return handle_probe(line);
+  if (starts_with(line, "write ", 6)) return handle_write(line);
   if (starts_with(line, "uci", 3)) return handle_uci();
   if (starts_with(line, "isready", 7)) return print_line("readyok");
+  if (starts_with(line, "slave mode", 10)) return handle_slave_mode(line);
   // Lines that touch the Position wait for idle; otherwise they go on down
   // the chain, where nothing takes them.
-  if (starts_with(line, "position", 8) && is_idle()) return handle_position(line);
+  if (starts_with(line, "position", 8) && is_idle()) {
+    send_to_children("%s", line);
+    return handle_position(line);
+  }
   if (starts_with(line, "play", 4) && is_idle()) return handle_play(line);
+  if (starts_with(line, "tt", 2)) return handle_test_run(line);
   if (starts_with(line, "go", 2) && is_idle()) return handle_go(line);
+  if (starts_with(line, "setoption name", 14)) return setoption_dispatch(std::strlen(line) > 15 ? line + 15 : "");
+  if (line[0] == '#') return print_silent("#%" PRIu64, NodeFigure());
 }
 
 void read_and_dispatch_line() {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 extern bool is_searching;    // set by the search launch, cleared when the root driver returns
 extern bool wait_for_gui;    // ponder or infinite: the result waits for stop or ponderhit
@@ -10,6 +11,10 @@ extern bool ponder_search;   // the running search was started with the word pon
 extern bool search_restart;  // after the long jump: false ends the search, true iterates again
 extern bool ponderhit_seen;  // cleared by the root driver at the end of each iteration
 extern bool last_search_was_ponder_miss;
+extern bool uci3_invoked;  // the flavours asked for by the front end
+extern bool qvn3_invoked;
+extern bool dwx3_invoked;  // each pass over the root moves lists them
+extern int32_t slave_mode; // a controller's level for its slave searches
 
 // Room for the longest input line, with the moves that play appends.
 constexpr size_t POSITION_LINE_SIZE = 32768;

@@ -40,6 +40,8 @@ void start_up(int argc, char** argv) {
     fatal_exit("Program path not found in the arguments");
   }
 
+  // A MainProcess is a pool of one until the pool is built.
+  if (!is_child) process_count = 1;
   uint32_t rounded_hash = round_hash_size(start_hash_megabytes);
   platform_start();
   input_is_pipe = !input_is_terminal();

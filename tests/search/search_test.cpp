@@ -28,6 +28,7 @@
 #include "search/search_state.h"
 #include "shell/dialogue.h"
 #include "support/fen_flip.h"
+#include "support/quiet_input.h"
 
 namespace {
 
@@ -58,11 +59,7 @@ class Search : public testing::Test {
   static void SetUpTestSuite() {
     // The search polls standard input and ends the process at its end: an
     // empty pipe whose write end stays open keeps it searching.
-    static int input[2] = {-1, -1};
-    if (input[0] < 0) {
-      ASSERT_EQ(pipe(input), 0);
-      ASSERT_EQ(dup2(input[0], 0), 0);
-    }
+    quorl_test::KeepInputOpenAndEmpty();
     if (!hash_table) {
       ASSERT_TRUE(BuildHashTable(16, false).ok);
     }
