@@ -37,7 +37,7 @@ constexpr int32_t MAX_VARIATIONS = 256;
 char hash_file[1024] = "";
 
 // The sixteen adjustments in millipawns: the listed name, the test of the
-// chain and the name in the reply. The twelve piece options lead, in the
+// chain and the subject of the reply. The twelve piece options lead, in the
 // order of PieceOption.
 struct MillipawnOption {
   const char* listed;
@@ -47,27 +47,27 @@ struct MillipawnOption {
 };
 
 const MillipawnOption MILLIPAWN_OPTIONS[] = {
-    {"White Pawn", "white pawn millipawns value", "White pawn",
+    {"White Pawn", "white pawn millipawns value", "White pawn adjustment",
      &eval_settings.pieceMillipawns[WHITE_PAWN_OPTION]},
-    {"Black Pawn", "black pawn millipawns value", "Black pawn",
+    {"Black Pawn", "black pawn millipawns value", "Black pawn adjustment",
      &eval_settings.pieceMillipawns[BLACK_PAWN_OPTION]},
-    {"White Knight", "white knight millipawns value", "White knight",
+    {"White Knight", "white knight millipawns value", "White knight adjustment",
      &eval_settings.pieceMillipawns[WHITE_KNIGHT_OPTION]},
-    {"Black Knight", "black knight millipawns value", "Black knight",
+    {"Black Knight", "black knight millipawns value", "Black knight adjustment",
      &eval_settings.pieceMillipawns[BLACK_KNIGHT_OPTION]},
-    {"White Light Squared Bishop", "white light squared bishop millipawns value", "White light squared bishop",
+    {"White Light Squared Bishop", "white light squared bishop millipawns value", "White light squared bishop adjustment",
      &eval_settings.pieceMillipawns[WHITE_LIGHT_BISHOP_OPTION]},
-    {"White Dark Squared Bishop", "white dark squared bishop millipawns value", "White dark squared bishop",
+    {"White Dark Squared Bishop", "white dark squared bishop millipawns value", "White dark squared bishop adjustment",
      &eval_settings.pieceMillipawns[WHITE_DARK_BISHOP_OPTION]},
-    {"Black Light Squared Bishop", "black light squared bishop millipawns value", "Black light squared bishop",
+    {"Black Light Squared Bishop", "black light squared bishop millipawns value", "Black light squared bishop adjustment",
      &eval_settings.pieceMillipawns[BLACK_LIGHT_BISHOP_OPTION]},
-    {"Black Dark Squared Bishop", "black dark squared bishop millipawns value", "Black dark squared bishop",
+    {"Black Dark Squared Bishop", "black dark squared bishop millipawns value", "Black dark squared bishop adjustment",
      &eval_settings.pieceMillipawns[BLACK_DARK_BISHOP_OPTION]},
-    {"White Rook", "white rook millipawns value", "White rook", &eval_settings.pieceMillipawns[WHITE_ROOK_OPTION]},
-    {"Black Rook", "black rook millipawns value", "Black rook", &eval_settings.pieceMillipawns[BLACK_ROOK_OPTION]},
-    {"White Queen", "white queen millipawns value", "White queen",
+    {"White Rook", "white rook millipawns value", "White rook adjustment", &eval_settings.pieceMillipawns[WHITE_ROOK_OPTION]},
+    {"Black Rook", "black rook millipawns value", "Black rook adjustment", &eval_settings.pieceMillipawns[BLACK_ROOK_OPTION]},
+    {"White Queen", "white queen millipawns value", "White queen adjustment",
      &eval_settings.pieceMillipawns[WHITE_QUEEN_OPTION]},
-    {"Black Queen", "black queen millipawns value", "Black queen",
+    {"Black Queen", "black queen millipawns value", "Black queen adjustment",
      &eval_settings.pieceMillipawns[BLACK_QUEEN_OPTION]},
     {"Score Offset", "score offset millipawns value", "Score offset", &eval_settings.scoreOffset},
     {"Rook Endgame Penalty", "rook endgame penalty millipawns value", "Rook endgame penalty",
@@ -275,7 +275,7 @@ bool set_millipawns(const char* text) {
     send_to_children("setoption name %s", text);
     const int32_t before = *option.value;
     *option.value = value_of(text, option.test);
-    report_text("%s adjustment set to %d millipawns (had been %d millipawns).", option.reply, *option.value, before);
+    report_text("%s set to %d millipawns (had been %d millipawns).", option.reply, *option.value, before);
     return true;
   }
   return false;
