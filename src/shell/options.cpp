@@ -10,6 +10,7 @@
 #include "clock/budget.h"
 #include "clock/go_command.h"
 #include "eval/eval_settings.h"
+#include "hash/saved_table.h"
 #include "hash/table.h"
 #include "platform/system.h"
 #include "pool/children.h"
@@ -513,8 +514,10 @@ void setoption_dispatch(const char* text) {
   } else if (is("hash file value")) {
     std::snprintf(hash_file, sizeof(hash_file), "%s", text_at(text, 16));
     report_text("Hash file set to '%s'.", hash_file);
-  } else if (is("save hash") || is("load hash")) {
-    // Saved tables come with their own files; the name is kept meanwhile.
+  } else if (is("save hash")) {
+    save_hash_file(hash_file);
+  } else if (is("load hash")) {
+    load_hash_file(hash_file, configured.hash_size);
   } else if (is("multipv value")) {
     forward();
     multi_pv = clamp(value_of(text, "multipv value"), 1, MAX_VARIATIONS);

@@ -1,6 +1,8 @@
 // The option list as a front end reads it, and the setoption replies byte for
 // byte, through a real engine process; then the options that change what a
 // search shows or how deep it goes.
+#include <sys/stat.h>
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -180,6 +182,41 @@ TEST_F(OptionDialogue, LogDirectoryAndLogFile) {
   ASSERT_EQ(again.size(), 1u);
   EXPECT_TRUE(StartsWith(again[0], "info string UCI logging already enabled, log file is at '")) << again[0];
   EXPECT_EQ(Set("Log value false"), V{});
+  std::system(("rm -rf '" + dir + "'").c_str());
+}
+
+TEST_F(OptionDialogue, SavedTableGoesToAFileAndComesBack) {
+  using V = std::vector<std::string>;
+  EXPECT_EQ(Set("Hash File value *.vsh"), V{"info string Hash file set to '*.vsh'."});
+  EXPECT_EQ(Set("Save Hash"), V{"info string Save hash invoked but failed - file not set."});
+  EXPECT_EQ(Set("Load Hash"), V{"info string Load hash invoked but failed - file not set."});
+
+  char pattern[] = "/tmp/quorl-table-XXXXXX";
+  ASSERT_NE(mkdtemp(pattern), nullptr);
+  const std::string dir = pattern, file = dir + "/analysis.bin";
+  const std::string fen = "4k3/8/8/8/8/8/4P3/4K3 w - - 0 1";
+  // An exact entry of the greatest depth, then the table to the file.
+  ASSERT_TRUE(engine.send("write 123 " + fen + "\n"));
+  Set("Hash File value " + file);
+  EXPECT_EQ(Set("Save Hash"), V{"info string Save hash invoked and succeeded - 32 mb saved to " + file + "."});
+  struct stat status;
+  ASSERT_EQ(stat(file.c_str(), &status), 0);
+  EXPECT_EQ(status.st_size, 33554432);
+
+  // Another engine with a 64 Mb table takes the file's 32 Mb and its entry.
+  EngineProcess other;
+  ASSERT_TRUE(other.started());
+  EXPECT_EQ(LinesBeforeReady(other, "setoption name Hash value 64\n").size(), 1u);
+  LinesBeforeReady(other, "setoption name Hash File value " + file + "\n");
+  const V loaded = LinesBeforeReady(other, "setoption name Load Hash\n");
+  ASSERT_FALSE(loaded.empty());
+  EXPECT_EQ(loaded.back(), "info string Load hash invoked and succeeded - 32 mb loaded from " + file + ".");
+  EXPECT_EQ(LinesBeforeReady(other, "setoption name Hash value 32\n"),
+            V{"info string Hash size already set to 32 Mb."});
+  const V probe = LinesBeforeReady(other, "probe " + fen + "\n");
+  ASSERT_EQ(probe.size(), 1u);
+  EXPECT_TRUE(StartsWith(probe[0], "info probe position " + fen + " move ")) << probe[0];
+  EXPECT_NE(probe[0].find(" depth 31 ex 123"), std::string::npos) << probe[0];
   std::system(("rm -rf '" + dir + "'").c_str());
 }
 
