@@ -220,6 +220,46 @@ TEST_F(OptionDialogue, SavedTableGoesToAFileAndComesBack) {
   std::system(("rm -rf '" + dir + "'").c_str());
 }
 
+TEST_F(OptionDialogue, FlavoursAndControllerLines) {
+  using V = std::vector<std::string>;
+  EXPECT_EQ(LinesBeforeReady(engine, "uci3\n"), (V{"option name EgtbGate type path default <empty>",
+                                                   "option name Hash File type file default *.vsh", "uci3ok"}));
+  EXPECT_EQ(LinesBeforeReady(engine, "qvn3\n"),
+            (V{"option name qvn3_randomizer_threshold type spin default 8 min 1 max 512",
+               "option name qvn3_randomizer_mode type check default false",
+               "option name qvn3_randomizer_reset type button", "qvn3ok"}));
+  EXPECT_EQ(LinesBeforeReady(engine, "dwx3\n"), V{"dwx3ok"});
+  EXPECT_EQ(Set("qvn3_randomizer_mode value true"), V{"info string Randomizer mode enabled."});
+  EXPECT_EQ(Set("qvn3_randomizer_threshold value 600"), V{"info string Randomizer threshold set to 600"});
+  EXPECT_EQ(Set("qvn3_randomizer_reset"), V{"info string Randomizer reset invoked."});
+  EXPECT_EQ(LinesBeforeReady(engine, "slave mode 2\n"), V{"info string Slave mode set to 2 (had been 0)."});
+  // A controller's silent line gets the node count.
+  const V count = LinesBeforeReady(engine, "#\n");
+  ASSERT_EQ(count.size(), 1u);
+  EXPECT_EQ(count[0][0], '#');
+  // A probe of a position the table does not hold.
+  EXPECT_EQ(LinesBeforeReady(engine, "probe 4k3/8/8/8/8/8/8/4K2R w K - 0 1\n"),
+            V{"info string Probed position not found."});
+}
+
+TEST_F(OptionDialogue, TestRunSearchesThreePositions) {
+  ASSERT_TRUE(engine.send("tt 1\n"));
+  std::optional<std::string> first = engine.read_line(kReplyMs);
+  ASSERT_TRUE(first.has_value());
+  EXPECT_EQ(*first, "info string Max CPUs set to 1");
+  // The texts of the second and third search hold no "fen": both run from
+  // the start position, so all three answers are start-position moves.
+  for (int i = 0; i < 3; ++i) {
+    Answer answer;
+    ASSERT_TRUE(ReadAnswer(engine, kReplyMs, &answer)) << "search " << i + 1;
+    EXPECT_TRUE(LegalAnswer(reference::Board(), answer)) << "search " << i + 1;
+    const std::vector<std::string> score = LastScoreLine(answer);
+    ASSERT_GE(score.size(), 3u);
+    EXPECT_EQ(score[2], "3");
+  }
+  ExpectNothingMore(engine);
+}
+
 // ---------------------------------------------------------------------------
 // What the options change in a search
 
