@@ -4,6 +4,7 @@
 #include "eval/attack_maps.h"
 #include "eval/eval_settings.h"
 #include "eval/material.h"
+#include "eval/pawn_cache.h"
 
 namespace {
 
@@ -19,17 +20,18 @@ int32_t Evaluate(NodeRecord* node) {
   AttackBook book;
 
   // 1. Pawn attacks, king neighbourhoods, pieces under enemy pawns. The pawn
-  //    cache prefetch, the mobility target sets and the two king attack
+  //    row is fetched now and probed only after the pawn attacks, to hide
+  //    its latency. The mobility target sets and the two king attack
   //    counters (32 each) belong here, with the terms that read them.
+  __builtin_prefetch(PawnCacheRow(p.state.pawnKey));
   book.StartWithPawns(p);
 
   // 2. Knight attacks complete the accumulators before any slider is looked at.
   book.AddKnights(p);
 
-  // 3. Tempo, pawn structure and the piece-square sum. The pawn structure
-  //    score comes from the pawn cache probe; until that exists it is 0.
-  const PackedScore pawnScore = 0;
-  PackedScore sum = uint32_t(node->sideSign) * TEMPO + pawnScore + uint32_t(p.state.pstSum);
+  // 3. Tempo, pawn structure and the piece-square sum.
+  const PawnRecord* pawns = ProbePawnCache();
+  PackedScore sum = uint32_t(node->sideSign) * TEMPO + pawns->pawnScore + uint32_t(p.state.pstSum);
 
   // 4. Bishops. Their terms (attack on the king, outposts, mobility) go in
   //    the visitors, one call per bishop.
@@ -83,9 +85,7 @@ int32_t Evaluate(NodeRecord* node) {
   if (noiseSeed != 0) score = score - 2 + int32_t(((uint64_t(int64_t(noiseSeed)) ^ p.state.key) & 0xfff) % 5);
 
   if ((signature & PIECE_FIELDS_MASK) == ROOK_EACH_ONLY) {
-    // The passed pawns come from the pawn structure record; until the pawn
-    // cache exists there are none, and only the scaling and penalty apply.
-    const RookEndingMen men = {0,
+    const RookEndingMen men = {pawns->passedPawns,
                                p.pieceBits[PAWN_INDEX + WHITE],
                                p.pieceBits[PAWN_INDEX + BLACK],
                                p.pieceBits[ROOK_INDEX + WHITE],

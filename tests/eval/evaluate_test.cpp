@@ -21,6 +21,7 @@
 #include "eval/eval_settings.h"
 #include "eval/evaluate.h"
 #include "eval/material.h"
+#include "eval/pawn_cache.h"
 #include "eval/piece_square.h"
 
 namespace {
@@ -313,7 +314,11 @@ TEST_F(EvaluateFrame, PhaseAboveFullBlendsWithoutClamp) {
     NodeRecord node = RecordFor(side);
     const int32_t got = Evaluate(&node);
 
-    Halves h = PieceSquareHalves(board);  // no castling rights, so nothing else in the sum
+    Halves h = PieceSquareHalves(board);  // no castling rights, so nothing else there
+    const uint32_t pawnScore = ProbePawnCache()->pawnScore;
+    const int32_t pawnEndgame = int16_t(uint16_t(pawnScore & 0xffff));
+    h.endgame += pawnEndgame;
+    h.opening += (int32_t(pawnScore) - pawnEndgame) / 65536;
     h.opening += node.sideSign * 22;
     h.endgame += node.sideSign * 44;
     const int32_t blend = (h.endgame * (256 - phase) + h.opening * phase) / 256;
@@ -331,7 +336,11 @@ TEST_F(EvaluateFrame, TwiceGivesTheSameScoreAndMaps) {
     ASSERT_EQ(SetPositionFromFen(board.Fen(false).c_str()), 1);
     NodeRecord first = RecordFor(board.Side()), second = RecordFor(board.Side());
     const int32_t a = Evaluate(&first);
+    const PawnRecord* row = PawnCacheRow(position.state.pawnKey);
+    ASSERT_EQ(row->pawnKeyCheck, position.state.pawnKey);
+    const uint32_t uses = row->useCount;
     const int32_t b = Evaluate(&second);
+    EXPECT_EQ(row->useCount, uses + 1) << "one probe per evaluation";
     EXPECT_EQ(a, b);
     EXPECT_EQ(first.positionalScore, second.positionalScore);
     EXPECT_EQ(first.whiteAttacks, second.whiteAttacks);
