@@ -22,7 +22,6 @@
 #include "eval/evaluate.h"
 #include "eval/material.h"
 #include "eval/pawn_cache.h"
-#include "eval/piece_square.h"
 
 namespace {
 
@@ -238,27 +237,6 @@ Bitboard ReferenceThreatened(const Board& board, const RefMaps& maps, int colour
   return set;
 }
 
-// --- Score pieces computed from the tables ---------------------------------------
-
-struct Halves {
-  int32_t opening = 0, endgame = 0;
-};
-
-// Sum of the piece-square pairs of every man, split per man, without any bias.
-Halves PieceSquareHalves(const Board& board) {
-  Halves h;
-  for (int sq = 0; sq < 64; ++sq) {
-    const int man = board.ManAt(sq);
-    if (man == 0) continue;
-    const int index = (std::abs(man) - 1) * 2 + (man > 0 ? 0 : 1);
-    const int32_t v = int32_t(uint32_t(PIECE_SQUARE_VALUES[index * 64 + sq]));
-    const int32_t e = int16_t(uint16_t(v & 0xffff));
-    h.endgame += e;
-    h.opening += (v - e) / 65536;
-  }
-  return h;
-}
-
 // ================================================================================
 
 TEST_F(EvaluateFrame, StartPositionIsTheTempoForEitherSide) {
@@ -314,16 +292,14 @@ TEST_F(EvaluateFrame, PhaseAboveFullBlendsWithoutClamp) {
     NodeRecord node = RecordFor(side);
     const int32_t got = Evaluate(&node);
 
-    Halves h = PieceSquareHalves(board);  // no castling rights, so nothing else there
-    const uint32_t pawnScore = ProbePawnCache()->pawnScore;
-    const int32_t pawnEndgame = int16_t(uint16_t(pawnScore & 0xffff));
-    h.endgame += pawnEndgame;
-    h.opening += (int32_t(pawnScore) - pawnEndgame) / 65536;
-    h.opening += node.sideSign * 22;
-    h.endgame += node.sideSign * 44;
-    const int32_t blend = (h.endgame * (256 - phase) + h.opening * phase) / 256;
+    // The halves of the term sum, read off its bias.
+    NodeRecord terms = RecordFor(side);
+    const PawnRecord* pawns;
+    const uint32_t sum = EvaluationSum(&terms, pawns);
+    const int32_t endgame = int32_t(sum & 0xffff) - 0x8000, opening = int32_t(sum >> 16) - 0x8000;
+    const int32_t blend = (endgame * (256 - phase) + opening * phase) / 256;
     const int32_t expected = (blend + material) / 10 * scale / 128;
-    const int32_t clamped = ((h.endgame * 0 + h.opening * 256) / 256 + material) / 10 * scale / 128;
+    const int32_t clamped = (opening + material) / 10 * scale / 128;
     ASSERT_NE(expected, clamped) << "the position does not tell a clamp from none";
     EXPECT_EQ(got, expected) << "side " << side;
     EXPECT_EQ(node.positionalScore, expected - material / 10);
