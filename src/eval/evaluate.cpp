@@ -154,6 +154,24 @@ PackedScore SecondThreats(const Frame& f, const Bitboard (&all)[2], const Bitboa
          Times(popcount(loose[Them] & ~cheap[Us]), PackPair(120, 180));
 }
 
+// Passed pawns on ranks 4 to 7 by what stands and what attacks in front of them.
+template <int Us>
+PackedScore PasserTerms(const Position& p, Bitboard passed, const Bitboard (&all)[2]) {
+  using S = Side<Us>;
+  constexpr int Them = S::Them;
+  PackedScore s = 0;
+  for (Bitboard b = passed & S::Men(p, PAWN_INDEX) & S::PASSER_RANKS; b; b &= b - 1) {
+    const int sq = lowest_square(b);
+    const Bitboard ahead = S::FileAhead(sq);
+    const PasserRow& row = PASSER_ROW[S::RelRank(sq)];
+    if (!(p.colourBits[Us] & ahead)) s += row.clearOfOwn;
+    if (!(p.colourBits[Them] & ahead)) s += row.clearOfEnemy;
+    if (!(p.occupied & bit(sq + S::Up))) s += row.nextEmpty;
+    if (!(ahead & all[Them] & ~all[Us])) s += row.pathSafe;
+  }
+  return s;
+}
+
 // The rook beside its own king on the wing, walled in by an own pawn on its file.
 template <int Us>
 bool RookShutIn(const Position& p) {
@@ -161,6 +179,25 @@ bool RookShutIn(const Position& p) {
   const Bitboard trapped = WING_TRAP[p.kingSquare[Us]] & S::Men(p, ROOK_INDEX);
   if (!trapped) return false;
   return S::Men(p, PAWN_INDEX) & S::FileAhead(lowest_square(trapped)) & (Us == WHITE ? RANKS_1_TO_5 : RANKS_4_TO_8);
+}
+
+// The best passed pawn of a pure pawn ending that no king stops: by how far
+// it has come, one step less when the other side moves first.
+template <int Us>
+int32_t BestRunner(const Position& p, Bitboard passed, int sideIndex) {
+  using S = Side<Us>;
+  const Bitboard ownKing = bit(p.kingSquare[Us]), enemyKing = bit(p.kingSquare[S::Them]);
+  int32_t best = 0;
+  for (Bitboard b = passed & S::Men(p, PAWN_INDEX); b; b &= b - 1) {
+    const int sq = lowest_square(b);
+    if (!(ESCORT[Us][sq] & ownKing)) {
+      if (p.colourBits[Us] & S::FileAhead(sq)) continue;
+      if (PAWN_SQUARE_REACH[Us][sideIndex][sq] & enemyKing) continue;
+    }
+    const int32_t value = Us == WHITE ? square_rank(sq) - sideIndex : 6 + sideIndex - square_rank(sq);
+    if (value > best) best = value;
+  }
+  return best;
 }
 
 // The curve is flat at 0 below 43, so a counter that cover pushes below 0
@@ -257,11 +294,21 @@ PackedScore EvaluationSum(NodeRecord* node, const PawnRecord*& pawnRecord) {
   if (p.pieceBits[QUEEN_INDEX + WHITE] | p.pieceBits[QUEEN_INDEX + BLACK])
     sum += Curve(f.attackOn[BLACK]) - Curve(f.attackOn[WHITE]) - pawns->whiteShelter + pawns->blackShelter;
 
+  // 13. Passed pawns and what stands in front of them.
+  sum += PasserTerms<WHITE>(p, pawns->passedPawns, all);
+  sum -= PasserTerms<BLACK>(p, pawns->passedPawns, all);
+
   // 14. Shut-in rooks.
   if (RookShutIn<WHITE>(p)) sum -= PackPair(339, 0);
   if (RookShutIn<BLACK>(p)) sum += PackPair(339, 0);
 
-  // Still to come here: 13. dynamic passed pawn terms; 15. pawn ending terms.
+  // 15. Pawn endings: the race of unstoppable passed pawns and the pawn count.
+  if (!(p.state.materialSignature & PIECE_FIELDS_MASK)) {
+    const int32_t race =
+        BestRunner<WHITE>(p, pawns->passedPawns, node->sideIndex) - BestRunner<BLACK>(p, pawns->passedPawns, node->sideIndex);
+    sum += uint32_t(race * 500);  // the endgame half only
+    sum += Times(popcount(whitePawns) - popcount(blackPawns), PackPair(20, 90));
+  }
   return sum;
 }
 

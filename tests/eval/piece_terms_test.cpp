@@ -299,4 +299,27 @@ TEST(PieceTerms, QueenSwitchesOnKingSafety) {
   EXPECT_EQ(PieceTerms("k7/8/8/8/8/8/8/Q5K1 w - -", WHITE), (Halves{552, 580}));
 }
 
+TEST(PassedPawnTerms, RaceOfAnEscortedPawn) {
+  // h6 with its king on g7, black king e8: an escorted runner on rank index 5.
+  // Dynamic terms on rank 6: clear of own (28, 71), of enemy (96, 207), next
+  // square empty (33, 66), path safe (81, 176). The push to h7 (32, 144); the
+  // pawn defended by its king and attacked by nothing cheaper (12, 12); one
+  // pawn more (20, 90). The race: 5 * 500, one step less with Black to move.
+  EXPECT_EQ(PieceTerms("4k3/6K1/7P/8/8/8/8/8 w - -", WHITE), (Halves{302, 766 + 2500}));
+  EXPECT_EQ(PieceTerms("4k3/6K1/7P/8/8/8/8/8 b - -", BLACK), (Halves{302, 766 + 2000}));
+}
+
+TEST(PassedPawnTerms, RankThreeHasNoDynamicTermsAndKingsStopPawns) {
+  // e3 passed, the black king on h8 inside its square: no race; only the
+  // push and the pawn count.
+  EXPECT_EQ(PieceTerms("7k/8/8/8/8/4P3/8/K7 w - -", WHITE), (Halves{52, 234}));
+  // e5: dynamic terms of rank 5, (14, 36) + (48, 103) + (11, 33) + (36, 88);
+  // the king on h8 is at distance 3 of the pawn's 3 steps: caught.
+  EXPECT_EQ(PieceTerms("7k/8/8/4P3/8/8/8/K7 w - -", WHITE), (Halves{161, 494}));
+  // From a8 the king is 4 files away: a runner on rank index 4.
+  EXPECT_EQ(PieceTerms("k7/8/8/4P3/8/8/8/7K w - -", WHITE), (Halves{161, 494 + 2000}));
+  // With Black to move the square grows by one: caught again.
+  EXPECT_EQ(PieceTerms("k7/8/8/4P3/8/8/8/7K b - -", BLACK), (Halves{161, 494}));
+}
+
 }  // namespace
