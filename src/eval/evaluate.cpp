@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int PHASE_SHIFT = 25;
+constexpr int32_t PHASE_SHIFT = 25;
 constexpr uint64_t PHASE_MASK = 0x1ff;
 constexpr int32_t FULL_PHASE = 256;
 constexpr uint32_t HALF_BIAS = 0x8000;
@@ -40,18 +40,18 @@ struct Frame {
 // Colour views; every term is told for Us and scored from Us's side.
 template <int Us>
 struct Side {
-  static constexpr int Them = 1 - Us;
-  static constexpr int Up = Us == WHITE ? 8 : -8;
+  static constexpr int32_t Them = 1 - Us;
+  static constexpr int32_t Up = Us == WHITE ? 8 : -8;
   static constexpr Bitboard LAST_TWO_RANKS = Us == WHITE ? 0xffff000000000000ull : 0xffffull;
   static constexpr Bitboard PASSER_RANKS = Us == WHITE ? 0x00ffffffff000000ull : 0x000000ffffffff00ull;
-  static int RelRank(int sq) { return Us == WHITE ? square_rank(sq) : 7 - square_rank(sq); }
-  static Bitboard FileAhead(int sq) { return Us == WHITE ? FILE_AHEAD_WHITE[sq] : FILE_AHEAD_BLACK[sq]; }
-  static Bitboard Men(const Position& p, int index) { return p.pieceBits[index + Us]; }
-  static Bitboard EnemyMen(const Position& p, int index) { return p.pieceBits[index + Them]; }
+  static int32_t RelRank(int32_t sq) { return Us == WHITE ? square_rank(sq) : 7 - square_rank(sq); }
+  static Bitboard FileAhead(int32_t sq) { return Us == WHITE ? FILE_AHEAD_WHITE[sq] : FILE_AHEAD_BLACK[sq]; }
+  static Bitboard Men(const Position& p, int32_t index) { return p.pieceBits[index + Us]; }
+  static Bitboard EnemyMen(const Position& p, int32_t index) { return p.pieceBits[index + Them]; }
 };
 
 template <int Us>
-PackedScore BishopTerms(Frame& f, int sq, Bitboard attacks) {
+PackedScore BishopTerms(Frame& f, int32_t sq, Bitboard attacks) {
   using S = Side<Us>;
   if (attacks & f.kingZone[S::Them]) f.attackOn[S::Them] += 17;
   PackedScore s = 0;
@@ -64,9 +64,9 @@ PackedScore BishopTerms(Frame& f, int sq, Bitboard attacks) {
 }
 
 template <int Us>
-PackedScore RookTerms(Frame& f, int sq, Bitboard attacks) {
+PackedScore RookTerms(Frame& f, int32_t sq, Bitboard attacks) {
   using S = Side<Us>;
-  constexpr int Them = S::Them;
+  constexpr int32_t Them = S::Them;
   const Position& p = f.p;
   if (attacks & f.kingZone[Them]) f.attackOn[Them] += 19;
   if (attacks & f.kingZone[Us]) f.attackOn[Us] -= 3;
@@ -90,7 +90,7 @@ PackedScore RookTerms(Frame& f, int sq, Bitboard attacks) {
       s += PackPair(183, 136);
     }
   }
-  const int enemyKing = int(p.kingSquare[Them]);
+  const int32_t enemyKing = int32_t(p.kingSquare[Them]);
   if (ahead & bit(enemyKing)) s += PackPair(150, 0);
   if (S::RelRank(sq) == 6 && ((enemyPawns | bit(enemyKing)) & S::LAST_TWO_RANKS)) s += PackPair(77, 247);
   return s;
@@ -98,9 +98,9 @@ PackedScore RookTerms(Frame& f, int sq, Bitboard attacks) {
 
 // Reads the enemy accumulator from before either colour's queens.
 template <int Us>
-PackedScore QueenTerms(Frame& f, const Bitboard (&attacksSoFar)[2], int sq, Bitboard attacks) {
+PackedScore QueenTerms(Frame& f, const Bitboard (&attacksSoFar)[2], int32_t sq, Bitboard attacks) {
   using S = Side<Us>;
-  constexpr int Them = S::Them;
+  constexpr int32_t Them = S::Them;
   const Position& p = f.p;
   if (attacks & f.kingZone[Them]) f.attackOn[Them] += 17;
   const Bitboard enemyPawns = S::EnemyMen(p, PAWN_INDEX);
@@ -115,12 +115,12 @@ PackedScore QueenTerms(Frame& f, const Bitboard (&attacksSoFar)[2], int sq, Bitb
 template <int Us>
 PackedScore KnightTerms(Frame& f) {
   using S = Side<Us>;
-  constexpr int Them = S::Them;
+  constexpr int32_t Them = S::Them;
   const Position& p = f.p;
-  const int ownKing = int(p.kingSquare[Us]), enemyKing = int(p.kingSquare[Them]);
+  const int32_t ownKing = int32_t(p.kingSquare[Us]), enemyKing = int32_t(p.kingSquare[Them]);
   PackedScore s = 0;
   for (Bitboard b = S::Men(p, KNIGHT_INDEX); b; b &= b - 1) {
-    const int sq = lowest_square(b);
+    const int32_t sq = lowest_square(b);
     f.attackOn[Them] += KNIGHT_KING_ATTACK[enemyKing][sq];
     f.attackOn[Us] -= KNIGHT_KING_COVER[ownKing][sq];
     if (!(f.attackSpan[Them] & bit(sq))) s += PackPair(69, 46);
@@ -139,7 +139,7 @@ template <int Us>
 PackedScore SecondThreats(const Frame& f, const Bitboard (&all)[2], const Bitboard (&cheap)[2],
                           const Bitboard (&loose)[2]) {
   using S = Side<Us>;
-  constexpr int Them = S::Them;
+  constexpr int32_t Them = S::Them;
   const Position& p = f.p;
   const Bitboard ownPawns = S::Men(p, PAWN_INDEX);
   // Kings are no men here, as in the sets of men in danger.
@@ -158,10 +158,10 @@ PackedScore SecondThreats(const Frame& f, const Bitboard (&all)[2], const Bitboa
 template <int Us>
 PackedScore PasserTerms(const Position& p, Bitboard passed, const Bitboard (&all)[2]) {
   using S = Side<Us>;
-  constexpr int Them = S::Them;
+  constexpr int32_t Them = S::Them;
   PackedScore s = 0;
   for (Bitboard b = passed & S::Men(p, PAWN_INDEX) & S::PASSER_RANKS; b; b &= b - 1) {
-    const int sq = lowest_square(b);
+    const int32_t sq = lowest_square(b);
     const Bitboard ahead = S::FileAhead(sq);
     const PasserRow& row = PASSER_ROW[S::RelRank(sq)];
     if (!(p.colourBits[Us] & ahead)) s += row.clearOfOwn;
@@ -184,12 +184,12 @@ bool RookShutIn(const Position& p) {
 // The best passed pawn of a pure pawn ending that no king stops: by how far
 // it has come, one step less when the other side moves first.
 template <int Us>
-int32_t BestRunner(const Position& p, Bitboard passed, int sideIndex) {
+int32_t BestRunner(const Position& p, Bitboard passed, int32_t sideIndex) {
   using S = Side<Us>;
   const Bitboard ownKing = bit(p.kingSquare[Us]), enemyKing = bit(p.kingSquare[S::Them]);
   int32_t best = 0;
   for (Bitboard b = passed & S::Men(p, PAWN_INDEX); b; b &= b - 1) {
-    const int sq = lowest_square(b);
+    const int32_t sq = lowest_square(b);
     if (!(ESCORT[Us][sq] & ownKing)) {
       if (p.colourBits[Us] & S::FileAhead(sq)) continue;
       if (PAWN_SQUARE_REACH[Us][sideIndex][sq] & enemyKing) continue;
@@ -241,8 +241,8 @@ PackedScore EvaluationSum(NodeRecord* node, const PawnRecord*& pawnRecord) {
 
   // 4. Bishops: attack on the king, outposts, mobility.
   book.AddBishops(
-      p, [&](int sq, Bitboard attacks) { sum += BishopTerms<WHITE>(f, sq, attacks); },
-      [&](int sq, Bitboard attacks) { sum -= BishopTerms<BLACK>(f, sq, attacks); });
+      p, [&](int32_t sq, Bitboard attacks) { sum += BishopTerms<WHITE>(f, sq, attacks); },
+      [&](int32_t sq, Bitboard attacks) { sum -= BishopTerms<BLACK>(f, sq, attacks); });
 
   // 5. Rooks and queens that pawns and minors reach are attacked by something cheaper.
   book.NoteMajorsUnderMinors(p);
@@ -252,8 +252,8 @@ PackedScore EvaluationSum(NodeRecord* node, const PawnRecord*& pawnRecord) {
   f.fixed[WHITE] = (whitePawns & ~book.pawnAttB) | (blackPawns & book.pawnAttB & ~book.pawnAttW);
   f.fixed[BLACK] = (blackPawns & ~book.pawnAttW) | (whitePawns & book.pawnAttW & ~book.pawnAttB);
   book.AddRooks(
-      p, [&](int sq, Bitboard attacks) { sum += RookTerms<WHITE>(f, sq, attacks); },
-      [&](int sq, Bitboard attacks) { sum -= RookTerms<BLACK>(f, sq, attacks); });
+      p, [&](int32_t sq, Bitboard attacks) { sum += RookTerms<WHITE>(f, sq, attacks); },
+      [&](int32_t sq, Bitboard attacks) { sum -= RookTerms<BLACK>(f, sq, attacks); });
 
   // 7. Queens under rooks, then the first threat score: a second man attacked
   //    by something cheaper is a fork and costs more than the first.
@@ -267,8 +267,8 @@ PackedScore EvaluationSum(NodeRecord* node, const PawnRecord*& pawnRecord) {
   // 8. Queens: attacks on the king, mobility, seventh rank.
   const Bitboard beforeQueens[2] = {book.attW, book.attB};
   book.AddQueens(
-      p, [&](int sq, Bitboard attacks) { sum += QueenTerms<WHITE>(f, beforeQueens, sq, attacks); },
-      [&](int sq, Bitboard attacks) { sum -= QueenTerms<BLACK>(f, beforeQueens, sq, attacks); });
+      p, [&](int32_t sq, Bitboard attacks) { sum += QueenTerms<WHITE>(f, beforeQueens, sq, attacks); },
+      [&](int32_t sq, Bitboard attacks) { sum -= QueenTerms<BLACK>(f, beforeQueens, sq, attacks); });
 
   // 9. The complete maps and the safe target sets.
   book.CompleteMaps();

@@ -25,5 +25,5 @@ extern const uint64_t KNIGHT_KEY_MULTIPLIER[2][64];
 extern const uint32_t BISHOP_KEY_TABLE[2][64][16];
 // [colour][table][origin][pattern]: table 0 is read with the pattern of the
 // knight's target squares, table 1 with that of its safe squares.
-constexpr int KNIGHT_TARGET_TABLE = 0, KNIGHT_SAFE_TABLE = 1;
+constexpr int32_t KNIGHT_TARGET_TABLE = 0, KNIGHT_SAFE_TABLE = 1;
 extern const uint32_t KNIGHT_KEY_TABLE[2][2][64][16];

@@ -28,7 +28,7 @@ constexpr int16_t CURVE_ENDGAME[45] = {2,   5,   9,   13,  18,  23,  29,  35,  4
 // Nothing up to 42; the listed bend from 43 to 87; a straight line after.
 constexpr std::array<uint32_t, 512> MakeCurve() {
   std::array<uint32_t, 512> t{};
-  for (int i = 43; i < 512; ++i)
+  for (int32_t i = 43; i < 512; ++i)
     t[i] = i <= 87 ? Pack(CURVE_OPENING[i - 43], CURVE_ENDGAME[i - 43])
                    : Pack(825 + 15 * (i - 87), 605 + 11 * (i - 87));
   return t;
@@ -43,17 +43,17 @@ constexpr int32_t STORM_FILE[3][4] = {{350, 100, 40, 0}, {540, 150, 70, 0}, {500
 // Index: bits 0-2 one rank of the three files (edge first), bits 3-5 the
 // next rank, bits 6-8 the one after. The nearest rank with the file's bit set
 // decides the file.
-constexpr int NearestRow(int index, int file) {
-  for (int row = 0; row < 3; ++row)
+constexpr int32_t NearestRow(int32_t index, int32_t file) {
+  for (int32_t row = 0; row < 3; ++row)
     if (index >> (3 * row + file) & 1) return row;
   return 3;
 }
 
 constexpr std::array<uint32_t, 512> MakeShelter() {
   std::array<uint32_t, 512> t{};
-  for (int i = 0; i < 512; ++i) {
+  for (int32_t i = 0; i < 512; ++i) {
     int32_t sum = 1150;
-    for (int f = 0; f < 3; ++f) sum += SHELTER_FILE[f][NearestRow(i, f)];
+    for (int32_t f = 0; f < 3; ++f) sum += SHELTER_FILE[f][NearestRow(i, f)];
     // The full unmoved wall is not the best shelter.
     t[i] = (i & 7) == 7 ? Pack(130, 210) : Pack(sum, 0);
   }
@@ -62,9 +62,9 @@ constexpr std::array<uint32_t, 512> MakeShelter() {
 
 constexpr std::array<uint32_t, 512> MakeStorm() {
   std::array<uint32_t, 512> t{};
-  for (int i = 0; i < 512; ++i) {
+  for (int32_t i = 0; i < 512; ++i) {
     int32_t sum = 0;
-    for (int f = 0; f < 3; ++f) sum += STORM_FILE[f][NearestRow(i, f)];
+    for (int32_t f = 0; f < 3; ++f) sum += STORM_FILE[f][NearestRow(i, f)];
     t[i] = Pack(sum, 0);
   }
   return t;

@@ -14,7 +14,7 @@ alignas(128) PawnRecord pawn_cache[PAWN_CACHE_SLOTS];
 void ClearPawnCache() { std::memset(pawn_cache, 0, sizeof pawn_cache); }
 
 void AgePawnCache() {
-  for (int slot = 0; slot < PAWN_CACHE_SLOTS; slot += 2) pawn_cache[slot].useCount /= 16;
+  for (int32_t slot = 0; slot < PAWN_CACHE_SLOTS; slot += 2) pawn_cache[slot].useCount /= 16;
 }
 
 namespace {
@@ -23,9 +23,9 @@ constexpr Bitboard QUEEN_SIDE = 0x0f0f0f0f0f0f0f0full;  // files a-d
 constexpr Bitboard FILE_D = FILE_A << 3, FILE_E = FILE_A << 4;
 
 // Signature bits read by the bishop terms.
-constexpr int SIG_WHITE_BISHOP_LIGHT = 34, SIG_WHITE_BISHOP_DARK = 35;
-constexpr int SIG_BLACK_BISHOP_LIGHT = 36, SIG_BLACK_BISHOP_DARK = 37;
-constexpr int SIG_WHITE_BISHOPS = 48, SIG_BLACK_BISHOPS = 50;  // two-bit counts
+constexpr int32_t SIG_WHITE_BISHOP_LIGHT = 34, SIG_WHITE_BISHOP_DARK = 35;
+constexpr int32_t SIG_BLACK_BISHOP_LIGHT = 36, SIG_BLACK_BISHOP_DARK = 37;
+constexpr int32_t SIG_WHITE_BISHOPS = 48, SIG_BLACK_BISHOPS = 50;  // two-bit counts
 constexpr uint64_t SIG_WHITE_BISHOP_PAIR = uint64_t(1) << 49, SIG_BLACK_BISHOP_PAIR = uint64_t(1) << 51;
 
 constexpr uint32_t CASTLING_RIGHTS_OF[2] = {WHITE_SHORT | WHITE_LONG, BLACK_SHORT | BLACK_LONG};
@@ -38,31 +38,31 @@ constexpr uint32_t CASTLING_RIGHTS_OF[2] = {WHITE_SHORT | WHITE_LONG, BLACK_SHOR
 // Colour views. Everything below is told for White; Black reads the mirror.
 template <int Us>
 struct View {
-  static constexpr int Them = 1 - Us;
-  static constexpr int Up = Us == WHITE ? 8 : -8;
-  static int RelRank(int sq) { return Us == WHITE ? square_rank(sq) : 7 - square_rank(sq); }
+  static constexpr int32_t Them = 1 - Us;
+  static constexpr int32_t Up = Us == WHITE ? 8 : -8;
+  static int32_t RelRank(int32_t sq) { return Us == WHITE ? square_rank(sq) : 7 - square_rank(sq); }
   // The entry of a by-square table laid out for White.
-  static int Rel(int sq) { return Us == WHITE ? sq : 63 - sq; }
-  static Bitboard FileAhead(int sq) { return Us == WHITE ? FILE_AHEAD_WHITE[sq] : FILE_AHEAD_BLACK[sq]; }
-  static Bitboard RanksAhead(int sq) { return Us == WHITE ? RANKS_ABOVE[sq] : RANKS_BELOW[sq]; }
-  static Bitboard RanksBehind(int sq) { return Us == WHITE ? RANKS_BELOW[sq] : RANKS_ABOVE[sq]; }
+  static int32_t Rel(int32_t sq) { return Us == WHITE ? sq : 63 - sq; }
+  static Bitboard FileAhead(int32_t sq) { return Us == WHITE ? FILE_AHEAD_WHITE[sq] : FILE_AHEAD_BLACK[sq]; }
+  static Bitboard RanksAhead(int32_t sq) { return Us == WHITE ? RANKS_ABOVE[sq] : RANKS_BELOW[sq]; }
+  static Bitboard RanksBehind(int32_t sq) { return Us == WHITE ? RANKS_BELOW[sq] : RANKS_ABOVE[sq]; }
   // Where an own pawn defending sq stands.
-  static Bitboard Defenders(int sq) { return Us == WHITE ? WHITE_PAWN_SOURCES[sq] : BLACK_PAWN_SOURCES[sq]; }
+  static Bitboard Defenders(int32_t sq) { return Us == WHITE ? WHITE_PAWN_SOURCES[sq] : BLACK_PAWN_SOURCES[sq]; }
   // What an own pawn on sq attacks, and equally where an enemy pawn attacking sq stands.
-  static Bitboard Attacks(int sq) { return Us == WHITE ? BLACK_PAWN_SOURCES[sq] : WHITE_PAWN_SOURCES[sq]; }
-  static int KingDistance(int pawn, int king) {
+  static Bitboard Attacks(int32_t sq) { return Us == WHITE ? BLACK_PAWN_SOURCES[sq] : WHITE_PAWN_SOURCES[sq]; }
+  static int32_t KingDistance(int32_t pawn, int32_t king) {
     return Us == WHITE ? PAWN_KING_DISTANCE[pawn][king] : PAWN_KING_DISTANCE[king][pawn];
   }
 };
 
 // The squares strictly between two squares on a line; empty off a line.
-[[gnu::always_inline]] inline Bitboard Between(int a, int b) { return LINE_PAIR[a * 64 + b].between & ~bit(b); }
+[[gnu::always_inline]] inline Bitboard Between(int32_t a, int32_t b) { return LINE_PAIR[a * 64 + b].between & ~bit(b); }
 
 struct Frame {
   Bitboard pawns[2];
-  int king[2];
+  int32_t king[2];
   Bitboard kingZone[2];
-  int minDistance[2];  // by king: the least tropism distance to any pawn
+  int32_t minDistance[2];  // by king: the least tropism distance to any pawn
   Bitboard passed[2];
   Bitboard attackSpan[2];
 };
@@ -71,14 +71,14 @@ struct Frame {
 // walks up to three squares, as long as no own pawn stands beside the walk,
 // to see whether an enemy pawn stops it.
 template <int Us>
-bool BackwardWalk(const Frame& f, int sq) {
+bool BackwardWalk(const Frame& f, int32_t sq) {
   using V = View<Us>;
   const Bitboard own = f.pawns[Us], enemy = f.pawns[V::Them];
-  int target = sq + V::Up;
+  int32_t target = sq + V::Up;
   bool hit = enemy & bit(target);
-  for (int step = 2; step <= 3; ++step) {
+  for (int32_t step = 2; step <= 3; ++step) {
     if (SIDE_NEIGHBOURS[target] & own) break;
-    const int next = target + V::Up;
+    const int32_t next = target + V::Up;
     if (next < 0 || next > 63) break;
     target = next;
     hit = hit || (enemy & bit(target));
@@ -90,14 +90,14 @@ bool BackwardWalk(const Frame& f, int sq) {
 template <int Us>
 PackedScore PawnTerms(Frame& f) {
   using V = View<Us>;
-  constexpr int Them = V::Them;
+  constexpr int32_t Them = V::Them;
   const Bitboard own = f.pawns[Us], enemy = f.pawns[Them];
-  const int ownKing = f.king[Us], enemyKing = f.king[Them];
+  const int32_t ownKing = f.king[Us], enemyKing = f.king[Them];
   PackedScore s = 0;
 
   for (Bitboard b = own; b; b &= b - 1) {
-    const int sq = lowest_square(b);
-    const int relRank = V::RelRank(sq), rel = V::Rel(sq);
+    const int32_t sq = lowest_square(b);
+    const int32_t relRank = V::RelRank(sq), rel = V::Rel(sq);
     const Bitboard adjacent = ADJACENT_FILES[sq];
     const Bitboard fileAhead = V::FileAhead(sq);
 
@@ -114,7 +114,7 @@ PackedScore PawnTerms(Frame& f) {
 
     // King tropism; a king whose way to the pawn runs through the other
     // king's neighbourhood counts as farther.
-    int d = V::KingDistance(sq, ownKing) + ((Between(ownKing, sq) & f.kingZone[Them]) ? 24 : 0);
+    int32_t d = V::KingDistance(sq, ownKing) + ((Between(ownKing, sq) & f.kingZone[Them]) ? 24 : 0);
     if (d < f.minDistance[Us]) f.minDistance[Us] = d;
     s -= PackPair(0, d);
     d = V::KingDistance(sq, enemyKing) + ((Between(enemyKing, sq) & f.kingZone[Us]) ? 24 : 0);
@@ -168,12 +168,12 @@ PackedScore PawnTerms(Frame& f) {
     if (supported) s += bonus.protectedBy;
     // Connected with at most two passed pawns found before it.
     Bitboard partners = f.passed[Us] & PASSER_BAND[sq];
-    for (int n = 0; n < 2 && partners; ++n, partners &= partners - 1)
+    for (int32_t n = 0; n < 2 && partners; ++n, partners &= partners - 1)
       s += bonus.connected + PASSED_BONUS[V::RelRank(lowest_square(partners))].connected;
     f.passed[Us] |= bit(sq);
     if (relRank >= 3) {
       const PasserRow& row = PASSER_ROW[relRank];
-      const int toEnemy = V::KingDistance(sq + V::Up, enemyKing), toOwn = V::KingDistance(sq + V::Up, ownKing);
+      const int32_t toEnemy = V::KingDistance(sq + V::Up, enemyKing), toOwn = V::KingDistance(sq + V::Up, ownKing);
       s += PackPair(row.enemyKing.m * toEnemy / 10, row.enemyKing.e * toEnemy / 10);
       s -= PackPair(row.ownKing.m * toOwn / 10, row.ownKing.e * toOwn / 10);
     }
@@ -182,9 +182,9 @@ PackedScore PawnTerms(Frame& f) {
 }
 
 // Three bits of the group's files on one rank.
-[[gnu::always_inline]] inline uint32_t GroupBits(Bitboard set, int rank, const int (&files)[3]) {
+[[gnu::always_inline]] inline uint32_t GroupBits(Bitboard set, int32_t rank, const int32_t (&files)[3]) {
   uint32_t bits = 0;
-  for (int j = 0; j < 3; ++j) bits |= uint32_t(set >> (rank * 8 + files[j]) & 1) << j;
+  for (int32_t j = 0; j < 3; ++j) bits |= uint32_t(set >> (rank * 8 + files[j]) & 1) << j;
   return bits;
 }
 
@@ -192,17 +192,17 @@ PackedScore PawnTerms(Frame& f) {
 template <int Us>
 PackedScore Shelter(const Frame& f, uint32_t castling) {
   using V = View<Us>;
-  const int king = f.king[Us];
+  const int32_t king = f.king[Us];
   const Bitboard own = f.pawns[Us], enemy = f.pawns[V::Them];
   const Bitboard front = own & ~V::RanksBehind(king);
   // Absolute ranks of the own second to fifth rank.
-  const int r2 = Us == WHITE ? 1 : 6, r3 = Us == WHITE ? 2 : 5, r4 = Us == WHITE ? 3 : 4, r5 = Us == WHITE ? 4 : 3;
-  const int kingFile = square_file(king);
+  const int32_t r2 = Us == WHITE ? 1 : 6, r3 = Us == WHITE ? 2 : 5, r4 = Us == WHITE ? 3 : 4, r5 = Us == WHITE ? 4 : 3;
+  const int32_t kingFile = square_file(king);
 
-  static constexpr int QUEEN_WING[3] = {0, 1, 2}, KING_WING[3] = {7, 6, 5};
-  static constexpr int D_CENTRE[3] = {2, 3, 4}, E_CENTRE[3] = {3, 4, 5};
+  static constexpr int32_t QUEEN_WING[3] = {0, 1, 2}, KING_WING[3] = {7, 6, 5};
+  static constexpr int32_t D_CENTRE[3] = {2, 3, 4}, E_CENTRE[3] = {3, 4, 5};
   const bool centre = kingFile == 3 || kingFile == 4;
-  const int(&files)[3] = kingFile <= 2 ? QUEEN_WING : kingFile >= 5 ? KING_WING : kingFile == 3 ? D_CENTRE : E_CENTRE;
+  const int32_t(&files)[3] = kingFile <= 2 ? QUEEN_WING : kingFile >= 5 ? KING_WING : kingFile == 3 ? D_CENTRE : E_CENTRE;
   // With the king on d the pawns behind it count too; on e only those beside and ahead.
   const Bitboard shield = kingFile == 3 ? own : front;
 
@@ -241,8 +241,8 @@ void Compute(PawnRecord* r, const Position& p) {
   Frame f;
   f.pawns[WHITE] = p.pieceBits[PAWN_INDEX + WHITE];
   f.pawns[BLACK] = p.pieceBits[PAWN_INDEX + BLACK];
-  f.king[WHITE] = int(p.kingSquare[WHITE]);
-  f.king[BLACK] = int(p.kingSquare[BLACK]);
+  f.king[WHITE] = int32_t(p.kingSquare[WHITE]);
+  f.king[BLACK] = int32_t(p.kingSquare[BLACK]);
   f.kingZone[WHITE] = KING_ATTACKS[f.king[WHITE]];
   f.kingZone[BLACK] = KING_ATTACKS[f.king[BLACK]];
   f.minDistance[WHITE] = f.minDistance[BLACK] = 63;

@@ -24,8 +24,8 @@ static_assert(sizeof(PawnRecord) == 64);
 
 // A row has room for two records; only the first is used, so a row number is
 // (pawnKey >> 7) & 0x3ffe in units of one record.
-constexpr int PAWN_CACHE_ROWS = 8192;
-constexpr int PAWN_CACHE_SLOTS = 2 * PAWN_CACHE_ROWS;
+constexpr int32_t PAWN_CACHE_ROWS = 8192;
+constexpr int32_t PAWN_CACHE_SLOTS = 2 * PAWN_CACHE_ROWS;
 constexpr uint64_t PAWN_SLOT_MASK = 0x3ffe;
 
 extern PawnRecord pawn_cache[PAWN_CACHE_SLOTS];

@@ -24,8 +24,8 @@ constexpr Pair PHALANX_ROWS[6][4] = {{{4, 6}, {5, 8}, {6, 9}, {7, 11}},         
 
 constexpr std::array<PackedScore, 64> BySquare(const Pair (&rows)[6][4]) {
   std::array<PackedScore, 64> t{};
-  for (int sq = 8; sq < 56; ++sq) {
-    const int file = sq & 7;
+  for (int32_t sq = 8; sq < 56; ++sq) {
+    const int32_t file = sq & 7;
     const Pair p = rows[(sq >> 3) - 1][file < 4 ? file : 7 - file];
     t[sq] = PackPair(p.m, p.e);
   }

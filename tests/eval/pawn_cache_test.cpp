@@ -90,6 +90,21 @@ TEST(PawnStructure, DoubledPawnsOnAnOpenFile) {
   EXPECT_EQ(Split(r.pawnScore), (Halves{-224, -228}));
 }
 
+// Bishops and pawns: the same pawns and kings with and without a white bishop
+// on f1 (a light square). With one white bishop and no black one,
+// (0 - 1) * (Wl + Wd + Bl + Bd) * (2, 2) with the a2 pawn (light, weight 1):
+// (-2, -2); the light bishop and its own pawns on light squares, Black
+// without a pair: -Wl * (8, 8) = (-8, -8).
+TEST(PawnStructure, BishopAndPawnTerms) {
+  const Halves without = Split(RecordOf("4k3/8/8/8/8/8/P7/4K3 w - -").pawnScore);
+  const Halves with = Split(RecordOf("4k3/8/8/8/8/8/P7/4KB2 w - -").pawnScore);
+  EXPECT_EQ((Halves{with.m - without.m, with.e - without.e}), (Halves{-10, -10}));
+  // A dark-square bishop on c1 instead: +Wl * (8, 8) - Wd * (8, 8) and the
+  // same (-2, -2): (6, 6).
+  const Halves dark = Split(RecordOf("4k3/8/8/8/8/8/P7/2B1K3 w - -").pawnScore);
+  EXPECT_EQ((Halves{dark.m - without.m, dark.e - without.e}), (Halves{6, 6}));
+}
+
 // --- Shelter --------------------------------------------------------------------------
 
 TEST(KingShelter, RowsOfTheWingAndTheCentre) {

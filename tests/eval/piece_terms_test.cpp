@@ -291,6 +291,22 @@ TEST(PieceTerms, RookOnAnOpenFile) {
   EXPECT_EQ(PieceTerms("6k1/8/8/8/8/8/8/R5K1 w - -", WHITE), (Halves{499, 538}));
 }
 
+TEST(PieceTerms, DoubledRooksWithoutEnemyQueen) {
+  // Rooks a1 and a2, kings h1 and h8. a1: b1-g1 six squares (102, 138),
+  // fixed mobility (112, 126), open file (183, 136); a2: a3-a8 and b2-h2,
+  // thirteen (221, 299), (112, 126), (183, 136). Each rook defends the other:
+  // 2 * (12, 12). No bonus for the pair, as Black has no queen.
+  EXPECT_EQ(PieceTerms("7k/8/8/8/8/8/R7/R6K w - -", WHITE), (Halves{937, 985}));
+}
+
+TEST(PieceTerms, RookShutInByItsKing) {
+  // Rook h1 beside the king on g1, its own pawn on h3: mobility h2 (17, 23);
+  // fixed pawns h3: nine squares (72, 81); the secure pawn ahead closes the
+  // file; the shut-in rook -(339, 0). The push h4 (32, 144); pawn and rook
+  // are defended and nothing cheaper attacks them: 2 * (12, 12).
+  EXPECT_EQ(PieceTerms("6k1/8/8/8/8/7P/8/6KR w - -", WHITE), (Halves{-194, 272}));
+}
+
 TEST(PieceTerms, QueenSwitchesOnKingSafety) {
   // a1 queen against the king on a8: its attacks reach a7 of the king's
   // neighbourhood, the counter goes 32 + 17 = 49, worth (39, 29). Nineteen
