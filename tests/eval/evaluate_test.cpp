@@ -438,6 +438,21 @@ TEST_F(EvaluateSymmetry, ColourFlipNegatesTheScoreAndSwapsTheMaps) {
   EXPECT_GE(checked, 300);
 }
 
+// Crowded random placements reach terms the playouts seldom do: batteries,
+// forks, rooks on the seventh, passed pawns far up, pawn races.
+TEST_F(EvaluateSymmetry, ColourFlipOfCrowdedPlacements) {
+  int checked = 0;
+  for (const Board& board : RandomPlacements(12000, 21)) {
+    if (!MaterialIsSymmetric(board)) continue;
+    const std::string fen = board.Fen(false);
+    NodeRecord a, b;
+    const int32_t score = EvaluateFen(fen, &a);
+    ASSERT_EQ(EvaluateFen(FlipFen(fen), &b), -score) << fen;
+    ++checked;
+  }
+  EXPECT_GE(checked, 300);
+}
+
 // --- Attack maps -----------------------------------------------------------------
 
 TEST_F(AttackMapsTest, EvaluateMapsMatchTheReferenceWalk) {
