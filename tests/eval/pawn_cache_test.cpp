@@ -90,6 +90,36 @@ TEST(PawnStructure, DoubledPawnsOnAnOpenFile) {
   EXPECT_EQ(Split(r.pawnScore), (Halves{-224, -228}));
 }
 
+// c4 defended by b3 against d6, kings a1 and h8 (opposite wings, three pawns
+// on White's half: (90, 30)). Distances: b3 23 from a1, 57 from h8; c4 33
+// and 50; d6 (Black's pawn) 42 from h8, 33 from a1.
+//   b3: tropism (0, 34); c4 is beside it but not behind: (-90, -120);
+//       passed on rank 3 (18, 18), nothing on its left (0, 4). (-72, -64).
+//   c4: tropism (0, 17); defended (8, 12); one enemy in its span against one
+//       own pawn behind: a candidate, half of (72, 99), (10, 20), (10, 30):
+//       (36, 49) + (5, 10) + (5, 15). (54, 103).
+//   d6: tropism (0, -9) for Black; isolated (178, 237); one enemy against
+//       none behind, half passed on its third rank: 0. White's view (178, 246).
+//   Nearest: White's king 23, Black's 42: (0, 95).
+TEST(PawnStructure, CandidateAgainstAsManyEnemies) {
+  const PawnRecord& r = RecordOf("7k/8/3p4/8/2P5/1P6/8/K7 w - -");
+  EXPECT_EQ(Split(r.pawnScore), (Halves{250, 410}));
+  EXPECT_EQ(r.passedPawns, Squares({"b3"}));
+  EXPECT_EQ(r.whiteAttackSpan, Squares({"a4", "a5", "a6", "a7", "a8", "c4", "c5", "c6", "c7", "c8", "b5", "d5"}));
+  EXPECT_EQ(r.blackAttackSpan, Squares({"c5", "e5"}));
+  EXPECT_EQ(r.whiteHoldSquares, Squares({"c4"}));
+  EXPECT_EQ(r.blackHoldSquares, 0u);
+}
+
+// Without b3, c4 has one enemy in its span and no own pawn behind: half
+// passed on rank 4, (30, 30), and isolated (162, 216). Two pawns on White's
+// half (60, 20); tropism c4 (0, 17), d6 for Black (0, -9); nearest 33 and 42.
+TEST(PawnStructure, OutnumberedPawnIsHalfPassed) {
+  const PawnRecord& r = RecordOf("7k/8/3p4/8/2P5/8/8/K7 w - -");
+  EXPECT_EQ(Split(r.pawnScore), (Halves{106, 142}));
+  EXPECT_EQ(r.passedPawns, 0u);
+}
+
 // Bishops and pawns: the same pawns and kings with and without a white bishop
 // on f1 (a light square). With one white bishop and no black one,
 // (0 - 1) * (Wl + Wd + Bl + Bd) * (2, 2) with the a2 pawn (light, weight 1):

@@ -16,6 +16,7 @@
 #include "eval/king_tables.h"
 #include "eval/pawn_cache.h"
 #include "eval/piece_square.h"
+#include "support/fen_flip.h"
 
 namespace {
 
@@ -305,6 +306,22 @@ TEST(PieceTerms, RookShutInByItsKing) {
   // file; the shut-in rook -(339, 0). The push h4 (32, 144); pawn and rook
   // are defended and nothing cheaper attacks them: 2 * (12, 12).
   EXPECT_EQ(PieceTerms("6k1/8/8/8/8/7P/8/6KR w - -", WHITE), (Halves{-194, 272}));
+}
+
+TEST(PieceTerms, PawnForkOfTwoKnights) {
+  // d5 forks the knights c6 and e6; kings a1 and h8.
+  //   First threat score: two men attacked by something cheaper,
+  //   2 * (180, 270) + 1 * (440, 660) = (800, 1200).
+  //   Each black knight stands in White's attack span (no outpost) and
+  //   reaches all four of its keys, all target and safe: (217, 329) +
+  //   (112, 168) each, (658, 994) for Black.
+  //   White's second threats: the push to d6 (32, 144); two black men
+  //   attacked and not defended by a pawn 2 * (30, 60); both are loose but
+  //   already attacked by something cheaper.
+  //   The passed d5: clear of own and enemy men, d6 empty, (14, 36) +
+  //   (48, 103) + (11, 33); d8 is Black's and not White's: not safe.
+  EXPECT_EQ(PieceTerms("7k/8/2n1n3/3P4/8/8/8/K7 w - -", WHITE), (Halves{307, 642}));
+  EXPECT_EQ(PieceTerms(FlipFen("7k/8/2n1n3/3P4/8/8/8/K7 w - -"), BLACK), (Halves{-307, -642}));
 }
 
 TEST(PieceTerms, QueenSwitchesOnKingSafety) {
