@@ -26,7 +26,6 @@ constexpr Bitboard RANKS_1_TO_5 = 0x000000ffffffffffull, RANKS_4_TO_8 = 0xffffff
 // What the piece terms of both colours share, by colour.
 struct Frame {
   const Position& p;
-  const PawnRecord* pawns;
   Bitboard kingZone[2];
   Bitboard pawnAtt[2];
   Bitboard target[2];      // a man's mobility squares
@@ -219,7 +218,7 @@ PackedScore EvaluationSum(NodeRecord* node, const PawnRecord*& pawnRecord) {
   __builtin_prefetch(PawnCacheRow(p.state.pawnKey));
   book.StartWithPawns(p);
   const Bitboard whitePawns = p.pieceBits[PAWN_INDEX + WHITE], blackPawns = p.pieceBits[PAWN_INDEX + BLACK];
-  Frame f{p, nullptr, {book.kingZoneW, book.kingZoneB}, {book.pawnAttW, book.pawnAttB}, {}, {}, {}, {}, {},
+  Frame f{p, {book.kingZoneW, book.kingZoneB}, {book.pawnAttW, book.pawnAttB}, {}, {}, {}, {}, {},
           {KING_COUNTER_START, KING_COUNTER_START}};
   f.target[WHITE] = ~(p.colourBits[WHITE] | book.pawnAttB) | p.pieceBits[KNIGHT_INDEX + BLACK] |
                     p.pieceBits[BISHOP_INDEX + BLACK];
@@ -232,7 +231,6 @@ PackedScore EvaluationSum(NodeRecord* node, const PawnRecord*& pawnRecord) {
   // 3. Tempo, pawn structure and the piece-square sum.
   const PawnRecord* pawns = ProbePawnCache();
   pawnRecord = pawns;
-  f.pawns = pawns;
   f.attackSpan[WHITE] = pawns->whiteAttackSpan;
   f.attackSpan[BLACK] = pawns->blackAttackSpan;
   f.holdSquares[WHITE] = pawns->whiteHoldSquares;

@@ -234,6 +234,40 @@ TEST(PawnMasks, TellingRows) {
   EXPECT_EQ(KING_DIAGONAL[Sq("a4")], Squares({"b5", "c6", "d7"}));
   EXPECT_EQ(KING_DIAGONAL[Sq("e8")], Squares({"b5", "c6", "d7"}));
   EXPECT_EQ(KING_DIAGONAL[Sq("h8")], Squares({"b2", "c3", "d4", "e5", "f6", "g7"}));
+  EXPECT_EQ(WING_TRAP[Sq("b1")], Squares({"a1", "b1", "a2"}));
+  EXPECT_EQ(WING_TRAP[Sq("g1")], Squares({"g1", "h1", "h2"}));
+  EXPECT_EQ(WING_TRAP[Sq("c8")], Squares({"a7", "a8", "b8"}));
+  EXPECT_EQ(WING_TRAP[Sq("f8")], Squares({"h7", "g8", "h8"}));
+  EXPECT_EQ(WING_TRAP[Sq("a1")] | WING_TRAP[Sq("h1")] | WING_TRAP[Sq("e1")] | WING_TRAP[Sq("g2")], 0u);
+  EXPECT_EQ(ESCORT[WHITE][Sq("a6")], Squares({"b7", "b8"}));
+  EXPECT_EQ(ESCORT[WHITE][Sq("h7")], Squares({"g7", "g8"}));
+  EXPECT_EQ(ESCORT[WHITE][Sq("e5")], Squares({"d7", "e7", "f7"}));
+  EXPECT_EQ(ESCORT[WHITE][Sq("e4")], 0u);
+  EXPECT_EQ(ESCORT[BLACK][Sq("c3")], Squares({"b2", "c2", "d2", "b1", "c1", "d1"}));
+}
+
+// The square of the pawn: a white pawn on e5 has three steps to go; the black
+// king catches it from at most three files and three ranks away, one more
+// with Black to move (a8 and e4 are then in). From rank 2 the double step
+// counts: a2 has five steps, not six.
+TEST(PawnMasks, SquareOfThePawn) {
+  const Bitboard e5White = PAWN_SQUARE_REACH[WHITE][WHITE][Sq("e5")];
+  const Bitboard e5Black = PAWN_SQUARE_REACH[WHITE][BLACK][Sq("e5")];
+  EXPECT_TRUE(e5White & Bitboard(1) << Sq("h8"));
+  EXPECT_FALSE(e5White & Bitboard(1) << Sq("a8"));
+  EXPECT_FALSE(e5White & Bitboard(1) << Sq("e4"));
+  EXPECT_TRUE(e5White & Bitboard(1) << Sq("b5"));
+  EXPECT_FALSE(e5White & Bitboard(1) << Sq("a5"));
+  EXPECT_TRUE(e5Black & Bitboard(1) << Sq("a8"));
+  EXPECT_TRUE(e5Black & Bitboard(1) << Sq("e4"));
+  EXPECT_FALSE(e5Black & Bitboard(1) << Sq("e3"));
+  const Bitboard a2 = PAWN_SQUARE_REACH[WHITE][WHITE][Sq("a2")];
+  EXPECT_TRUE(a2 & Bitboard(1) << Sq("f8"));
+  EXPECT_FALSE(a2 & Bitboard(1) << Sq("g8"));
+  // Black's pawns mirror White's, with Black to move in White's place.
+  for (int sq = 8; sq < 56; ++sq)
+    for (int side = 0; side < 2; ++side)
+      EXPECT_EQ(PAWN_SQUARE_REACH[BLACK][side][sq], __builtin_bswap64(PAWN_SQUARE_REACH[WHITE][1 - side][sq ^ 56]));
 }
 
 }  // namespace
