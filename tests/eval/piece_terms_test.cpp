@@ -332,6 +332,21 @@ TEST(PieceTerms, QueenSwitchesOnKingSafety) {
   EXPECT_EQ(PieceTerms("k7/8/8/8/8/8/8/Q5K1 w - -", WHITE), (Halves{552, 580}));
 }
 
+TEST(PieceTerms, KnightAgainstTheKingWithAQueenOn) {
+  // White knight f6 next to the black king's corner h8, a black queen on a6
+  // switches king safety on. The knight adds KNIGHT_KING_ATTACK[h8][f6] = 29
+  // (two files and two ranks off, two of the king's neighbours in reach):
+  // 32 + 29 = 61, worth (183, 134); the queen reaches nothing around h1.
+  // Both shelters are 1150 + 190 + 40 and cancel.
+  //   Knight: outpost (69, 46); keys e8, g8, d7, h7 all targets (217, 329);
+  //   safe only e8 (best) and d7 (third), the others are around the king:
+  //   (57 + 28 * 100 / 128, 86 + 43 * 99 / 128) = (78, 119).
+  //   Queen: nineteen squares, the knight's among them, 19 * (27, 29).
+  //   Black's second threats: the knight attacked and not defended by a pawn
+  //   (30, 60), loose and attacked by nothing cheaper (120, 180).
+  EXPECT_EQ(PieceTerms("7k/8/q4N2/8/8/8/8/7K w - -", WHITE), (Halves{-116, -163}));
+}
+
 TEST(PassedPawnTerms, RaceOfAnEscortedPawn) {
   // h6 with its king on g7, black king e8: an escorted runner on rank index 5.
   // Dynamic terms on rank 6: clear of own (28, 71), of enemy (96, 207), next
