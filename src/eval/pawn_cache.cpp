@@ -69,7 +69,7 @@ struct Frame {
 
 // A file with a pawn ahead: the blocked pawn with neighbours only ahead of it
 // walks up to three squares, as long as no own pawn stands beside the walk,
-// to see whether an enemy pawn stops it.
+// to see whether an enemy pawn stops it. The walk ends at the board's edge.
 template <int Us>
 bool BackwardWalk(const Frame& f, int32_t sq) {
   using V = View<Us>;
