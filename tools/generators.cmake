@@ -7,3 +7,6 @@ quorl_generate(gen_ordering_seeds ordering_seeds_table.cpp)
 # is linked with the table's source.
 target_sources(gen_ordering_seeds PRIVATE ${CMAKE_SOURCE_DIR}/src/eval/piece_square.cpp)
 target_include_directories(gen_ordering_seeds PRIVATE ${CMAKE_SOURCE_DIR}/src)
+quorl_generate(gen_eval_masks eval_masks_table.cpp)
+quorl_generate(gen_key_squares key_squares_table.cpp)
+quorl_generate(gen_king_tables king_tables_table.cpp)

@@ -10,6 +10,7 @@
 #include "clock/budget.h"
 #include "clock/node_count.h"
 #include "clock/search_end.h"
+#include "eval/pawn_cache.h"
 #include "hash/table.h"
 #include "platform/clock.h"
 #include "pool/children.h"
@@ -215,6 +216,7 @@ void prepare_search() {
   ComputeSearchMargins();
   SelectQuietMasks(MaterialStage(position));
   AdvanceHashDate();
+  AgePawnCache();
   last_search_was_ponder_miss = false;
   iteration_time_out = false;
   stop_pending = false;

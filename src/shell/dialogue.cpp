@@ -13,6 +13,7 @@
 #include "clock/budget.h"
 #include "clock/go_command.h"
 #include "clock/search_end.h"
+#include "eval/pawn_cache.h"
 #include "hash/table.h"
 #include "platform/input.h"
 #include "pool/children.h"
@@ -251,6 +252,7 @@ void new_game_reset() {
   clear_root_list();
   largest_clock = 0;
   ResetOrderingTables();
+  ClearPawnCache();  // private to each process, so every process clears its own
   // Only the table's owner empties it: a child or a process on a
   // controller's table would wipe what others are searching with. Every
   // process starts its dates over.

@@ -21,7 +21,7 @@
 #include "eval/eval_settings.h"
 #include "eval/evaluate.h"
 #include "eval/material.h"
-#include "eval/piece_square.h"
+#include "eval/pawn_cache.h"
 
 namespace {
 
@@ -237,27 +237,6 @@ Bitboard ReferenceThreatened(const Board& board, const RefMaps& maps, int colour
   return set;
 }
 
-// --- Score pieces computed from the tables ---------------------------------------
-
-struct Halves {
-  int32_t opening = 0, endgame = 0;
-};
-
-// Sum of the piece-square pairs of every man, split per man, without any bias.
-Halves PieceSquareHalves(const Board& board) {
-  Halves h;
-  for (int sq = 0; sq < 64; ++sq) {
-    const int man = board.ManAt(sq);
-    if (man == 0) continue;
-    const int index = (std::abs(man) - 1) * 2 + (man > 0 ? 0 : 1);
-    const int32_t v = int32_t(uint32_t(PIECE_SQUARE_VALUES[index * 64 + sq]));
-    const int32_t e = int16_t(uint16_t(v & 0xffff));
-    h.endgame += e;
-    h.opening += (v - e) / 65536;
-  }
-  return h;
-}
-
 // ================================================================================
 
 TEST_F(EvaluateFrame, StartPositionIsTheTempoForEitherSide) {
@@ -313,12 +292,14 @@ TEST_F(EvaluateFrame, PhaseAboveFullBlendsWithoutClamp) {
     NodeRecord node = RecordFor(side);
     const int32_t got = Evaluate(&node);
 
-    Halves h = PieceSquareHalves(board);  // no castling rights, so nothing else in the sum
-    h.opening += node.sideSign * 22;
-    h.endgame += node.sideSign * 44;
-    const int32_t blend = (h.endgame * (256 - phase) + h.opening * phase) / 256;
+    // The halves of the term sum, read off its bias.
+    NodeRecord terms = RecordFor(side);
+    const PawnRecord* pawns;
+    const uint32_t sum = EvaluationSum(&terms, pawns);
+    const int32_t endgame = int32_t(sum & 0xffff) - 0x8000, opening = int32_t(sum >> 16) - 0x8000;
+    const int32_t blend = (endgame * (256 - phase) + opening * phase) / 256;
     const int32_t expected = (blend + material) / 10 * scale / 128;
-    const int32_t clamped = ((h.endgame * 0 + h.opening * 256) / 256 + material) / 10 * scale / 128;
+    const int32_t clamped = (opening + material) / 10 * scale / 128;
     ASSERT_NE(expected, clamped) << "the position does not tell a clamp from none";
     EXPECT_EQ(got, expected) << "side " << side;
     EXPECT_EQ(node.positionalScore, expected - material / 10);
@@ -331,7 +312,11 @@ TEST_F(EvaluateFrame, TwiceGivesTheSameScoreAndMaps) {
     ASSERT_EQ(SetPositionFromFen(board.Fen(false).c_str()), 1);
     NodeRecord first = RecordFor(board.Side()), second = RecordFor(board.Side());
     const int32_t a = Evaluate(&first);
+    const PawnRecord* row = PawnCacheRow(position.state.pawnKey);
+    ASSERT_EQ(row->pawnKeyCheck, position.state.pawnKey);
+    const uint32_t uses = row->useCount;
     const int32_t b = Evaluate(&second);
+    EXPECT_EQ(row->useCount, uses + 1) << "one probe per evaluation";
     EXPECT_EQ(a, b);
     EXPECT_EQ(first.positionalScore, second.positionalScore);
     EXPECT_EQ(first.whiteAttacks, second.whiteAttacks);
@@ -448,6 +433,21 @@ TEST_F(EvaluateSymmetry, ColourFlipNegatesTheScoreAndSwapsTheMaps) {
     EXPECT_EQ(b.blackAttacks, __builtin_bswap64(a.whiteAttacks)) << fen;
     EXPECT_EQ(b.whiteThreatened, __builtin_bswap64(a.blackThreatened)) << fen;
     EXPECT_EQ(b.blackThreatened, __builtin_bswap64(a.whiteThreatened)) << fen;
+    ++checked;
+  }
+  EXPECT_GE(checked, 300);
+}
+
+// Crowded random placements reach terms the playouts seldom do: batteries,
+// forks, rooks on the seventh, passed pawns far up, pawn races.
+TEST_F(EvaluateSymmetry, ColourFlipOfCrowdedPlacements) {
+  int checked = 0;
+  for (const Board& board : RandomPlacements(12000, 21)) {
+    if (!MaterialIsSymmetric(board)) continue;
+    const std::string fen = board.Fen(false);
+    NodeRecord a, b;
+    const int32_t score = EvaluateFen(fen, &a);
+    ASSERT_EQ(EvaluateFen(FlipFen(fen), &b), -score) << fen;
     ++checked;
   }
   EXPECT_GE(checked, 300);
