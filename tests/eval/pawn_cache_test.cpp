@@ -11,28 +11,16 @@
 #include "eval/evaluate.h"
 #include "eval/pawn_cache.h"
 #include "support/fen_flip.h"
+#include "support/score_pairs.h"
 
 namespace {
 
-constexpr int Sq(const char* name) { return (name[1] - '1') * 8 + (name[0] - 'a'); }
+using namespace quorl_test;
 
 Bitboard Squares(std::initializer_list<const char*> names) {
   Bitboard set = 0;
   for (const char* n : names) set |= Bitboard(1) << Sq(n);
   return set;
-}
-
-struct Halves {
-  int32_t m, e;
-  bool operator==(const Halves& o) const { return m == o.m && e == o.e; }
-};
-
-std::ostream& operator<<(std::ostream& os, const Halves& h) { return os << "(" << h.m << ", " << h.e << ")"; }
-
-// An unbiased pair, split with the endgame half's borrow undone.
-Halves Split(uint32_t pair) {
-  const int32_t e = int16_t(uint16_t(pair & 0xffff));
-  return {(int32_t(pair) - e) / 65536, e};
 }
 
 const PawnRecord& RecordOf(const std::string& fen) {

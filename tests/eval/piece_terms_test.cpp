@@ -17,22 +17,11 @@
 #include "eval/pawn_cache.h"
 #include "eval/piece_square.h"
 #include "support/fen_flip.h"
+#include "support/score_pairs.h"
 
 namespace {
 
-constexpr int Sq(const char* name) { return (name[1] - '1') * 8 + (name[0] - 'a'); }
-
-struct Halves {
-  int32_t m, e;
-  bool operator==(const Halves& o) const { return m == o.m && e == o.e; }
-};
-std::ostream& operator<<(std::ostream& os, const Halves& h) { return os << "(" << h.m << ", " << h.e << ")"; }
-
-Halves Split(uint32_t pair) {
-  const int32_t e = int16_t(uint16_t(pair & 0xffff));
-  return {(int32_t(pair) - e) / 65536, e};
-}
-constexpr uint32_t Pack(int32_t m, int32_t e) { return uint32_t(m) * 65536u + uint32_t(e); }
+using namespace quorl_test;
 
 // The pattern bits of a table row, by key square: which bit of the pattern a
 // square sets, found by the multiplier itself.
