@@ -26,6 +26,14 @@ int MoveToText(Move move, char* buffer) {
   return length;
 }
 
+size_t AppendMoveWord(Move move, char* buffer, size_t size, size_t used) {
+  if (used + 7 > size) return used;
+  buffer[used] = ' ';
+  used += 1 + size_t(MoveToText(move, buffer + used + 1));
+  buffer[used] = 0;
+  return used;
+}
+
 const char* MoveToText(Move move) {
   static char buffer[8];
   MoveToText(move, buffer);

@@ -2,6 +2,7 @@
 // so a sorted list is a list of unsigned words in descending order.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "board/types.h"
@@ -56,6 +57,9 @@ const char* MoveToText(Move move);
 const char* MoveToText2(Move move);
 // Into a caller's buffer of at least 6 bytes; returns the length, 4 or 5.
 int MoveToText(Move move, char* buffer);
+// Appends " " and the move's text at `used` in a buffer of `size` bytes, if
+// it fits; returns the new length.
+size_t AppendMoveWord(Move move, char* buffer, size_t size, size_t used);
 
 // Reads a move word against the global position. With `complete`, the word
 // gets the mover class, kind and capture fields from the board. 0 when the

@@ -62,11 +62,7 @@ void send_go_to_children() {
   if (child_pipe_count == 0) return;
   char moves[257 * 6 + 1] = "";
   size_t used = 0;
-  for (const Move* m = search_moves; *m && used + 7 < sizeof(moves); ++m) {
-    char text[8];
-    MoveToText(*m, text);
-    used += size_t(std::snprintf(moves + used, sizeof(moves) - used, " %s", text));
-  }
+  for (const Move* m = search_moves; *m; ++m) used = AppendMoveWord(*m, moves, sizeof(moves), used);
   const char* play = play_mode ? "playmode " : "";
   const char* listed = search_moves[0] ? " searchmoves" : "";
   const char* miss = last_search_was_ponder_miss ? " lastsearchwaspmiss" : "";

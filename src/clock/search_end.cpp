@@ -77,9 +77,7 @@ void end_of_goe_search() {
   char moveText[8] = "0000";
   if (first.move) {
     MoveToText(first.move, moveText);
-    const size_t used = std::strlen(position_line);
-    const char* listWord = std::strstr(position_line, "moves ") ? "" : " moves";
-    std::snprintf(position_line + used, sizeof(position_line) - used, "%s %s", listWord, moveText);
+    append_to_position_line(moveText);
     ApplyGameMove(first.move);
     RebuildDerived(&position);
   }

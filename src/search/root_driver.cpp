@@ -134,11 +134,8 @@ void SendRootMoveOrder(int32_t d) {
   static char text[ROOT_LIST_SIZE * 6 + 1];
   size_t used = 0;
   text[0] = 0;
-  for (int i = 0; d >= 14 && i < ROOT_LIST_SIZE && root_list[i].move; ++i) {
-    char move[8];
-    MoveToText(root_list[i].move, move);
-    used += size_t(std::snprintf(text + used, sizeof(text) - used, " %s", move));
-  }
+  for (int i = 0; d >= 14 && i < ROOT_LIST_SIZE && root_list[i].move; ++i)
+    used = AppendMoveWord(root_list[i].move, text, sizeof(text), used);
   send_line("info allmoves%s", text);
 }
 

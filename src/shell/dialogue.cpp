@@ -199,23 +199,29 @@ void handle_position(char* line) {
   std::snprintf(last_move_text, sizeof(last_move_text), "%s", line + (length > 5 ? length - 5 : 0));
 }
 
-// Plays one move on the game position. The move is kept in position_line so
-// that the Position can be rebuilt from it; a line without a move list gets
-// one, or the rebuild would not see the move.
+// Plays one move on the game position.
 void handle_play(const char* line) {
   const char* word = std::strlen(line) > 5 ? line + 5 : "";
   char text[8] = {};
   std::snprintf(text, sizeof(text), "%.5s", word);
   if (char* blank = std::strchr(text, ' ')) *blank = 0;
-  const char* list_word = std::strstr(position_line, "moves ") ? "" : " moves";
-  size_t used = std::strlen(position_line);
-  if (used + std::strlen(list_word) + std::strlen(text) + 2 > sizeof(position_line)) return;
-  std::snprintf(position_line + used, sizeof(position_line) - used, "%s %s", list_word, text);
+  if (!append_to_position_line(text)) return;
   ApplyGameMove(TextToMove(text, true));
   RebuildDerived(&position);
 }
 
 }  // namespace
+
+bool append_to_position_line(const char* move_text) {
+  const char* list_word = std::strstr(position_line, "moves ") ? "" : " moves";
+  const size_t used = std::strlen(position_line), words = std::strlen(list_word), move = std::strlen(move_text);
+  if (used + words + move + 2 > sizeof(position_line)) return false;
+  char* end = position_line + used;
+  std::memcpy(end, list_word, words);
+  end[words] = ' ';
+  std::memcpy(end + words + 1, move_text, move + 1);
+  return true;
+}
 
 void parse_position_line(const char* line) {
   char text[POSITION_LINE_SIZE];

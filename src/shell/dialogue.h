@@ -33,4 +33,8 @@ bool poll_input();
 // Sets up the Position from a position line: a FEN if the line holds "fen",
 // else the start position, then the moves behind "moves ".
 void parse_position_line(const char* line);
+// Keeps a move played on the game Position in position_line, so that the
+// Position can be rebuilt from it; a line without a move list gets one, or
+// the rebuild would not see the move. False when the line has no room.
+bool append_to_position_line(const char* move_text);
 void new_game_reset();

@@ -204,21 +204,26 @@ void set_large_pages(const char* text) {
   report_text("Large page usage %s (had been %s).", enabled_word(wanted), enabled_word(!wanted));
 }
 
+// The outcome of a load, in the piece count and the reply.
+void report_probe_library(bool loaded) {
+  tablebase_pieces = loaded ? 7 : 0;
+  report_text(loaded ? "EgtbGate dynamic library loaded" : "EgtbGate dynamic library failed to load");
+}
+
+void unload_and_report_probe_library() {
+  unload_probe_library();
+  tablebase_pieces = 0;
+  report_text("EgtbGate dynamic library unloaded");
+}
+
 // "egtbgate value <path>": an empty path unloads.
 void set_probe_library(const char* text) {
   char line[80];
   std::snprintf(line, sizeof(line), "%.64s", text);
   for (size_t length = std::strlen(line); length && line[length - 1] == ' ';) line[--length] = 0;
   const size_t length = std::strlen(line);
-  if (length <= 16) {
-    unload_probe_library();
-    tablebase_pieces = 0;
-    report_text("EgtbGate dynamic library unloaded");
-    return;
-  }
-  const bool loaded = load_probe_library(line + 15);
-  tablebase_pieces = loaded ? 7 : 0;
-  report_text(loaded ? "EgtbGate dynamic library loaded" : "EgtbGate dynamic library failed to load");
+  if (length <= 16) return unload_and_report_probe_library();
+  report_probe_library(load_probe_library(line + 15));
 }
 
 void set_tablebase_path(const char* text) {
@@ -301,22 +306,22 @@ bool set_time_option(const char* text) {
     const char* test;
     int32_t* value;
     const char* reply;
-    size_t position;  // where the number is read
+    size_t position;  // where the number is read; 0: behind the test text
   };
   TimeSettings& t = time_settings;
   const TimeOption options[] = {
-      {"tc buffer value", &t.buffer_s, "TC Buffer set to %d seconds", 16},
-      {"tc hard buffer msec value", &t.hard_buffer_ms, "TC Hard Buffer set to %d milliseconds", 26},
-      {"tc hard move time msec value", &t.hard_move_time_ms, "TC Hard Move Time set to %d milliseconds", 29},
+      {"tc buffer value", &t.buffer_s, "TC Buffer set to %d seconds", 0},
+      {"tc hard buffer msec value", &t.hard_buffer_ms, "TC Hard Buffer set to %d milliseconds", 0},
+      {"tc hard move time msec value", &t.hard_move_time_ms, "TC Hard Move Time set to %d milliseconds", 0},
       // Read where the longer names above have their numbers: a plain line
       // gives whatever stands there.
       {"tc hard move depth value", &t.hard_move_depth, "TC Hard Move Depth set to %d", 29},
-      {"tc normal move time value", &t.normal_move_time, "TC Normal Move Time set to %d", 26},
-      {"tc max move time value", &t.max_move_time, "TC Max Move Time set to %d", 23},
+      {"tc normal move time value", &t.normal_move_time, "TC Normal Move Time set to %d", 0},
+      {"tc max move time value", &t.max_move_time, "TC Max Move Time set to %d", 0},
   };
   for (const TimeOption& option : options) {
     if (!starts_with(text, option.test)) continue;
-    *option.value = number_at(text, option.position);
+    *option.value = option.position ? number_at(text, option.position) : value_of(text, option.test);
     report_text(option.reply, *option.value);
     return true;
   }
@@ -476,14 +481,10 @@ void setoption_dispatch(const char* text) {
     report_text("Randomizer reset invoked.");
   } else if (is("use egtbgate value true")) {
     forward();
-    const bool loaded = load_probe_library(nullptr);
-    tablebase_pieces = loaded ? 7 : 0;
-    report_text(loaded ? "EgtbGate dynamic library loaded" : "EgtbGate dynamic library failed to load");
+    report_probe_library(load_probe_library(nullptr));
   } else if (is("use egtbgate value false")) {
     forward();
-    unload_probe_library();
-    tablebase_pieces = 0;
-    report_text("EgtbGate dynamic library unloaded");
+    unload_and_report_probe_library();
   } else if (is("egtbgate")) {
     forward();
     set_probe_library(text);
