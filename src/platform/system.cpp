@@ -1,6 +1,7 @@
 #include "platform/system.h"
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -32,6 +33,11 @@ void command_line_text(char* buffer, size_t size) {
 int processor_count() {
   long count = sysconf(_SC_NPROCESSORS_ONLN);
   return count < 1 ? 1 : int(count);
+}
+
+void set_process_name(const char* path) {
+  const char* slash = std::strrchr(path, '/');
+  prctl(PR_SET_NAME, slash ? slash + 1 : path);
 }
 
 void set_process_nice(int nice_value) { setpriority(PRIO_PROCESS, 0, nice_value); }

@@ -9,6 +9,9 @@ void command_line_text(char* buffer, size_t size);
 // Processors online, at least 1.
 int processor_count();
 
+// The name the system lists the process under: the last word of the path.
+void set_process_name(const char* path);
+
 // Lowers the scheduling priority of this process by the given nice value.
 void set_process_nice(int nice_value);
 
