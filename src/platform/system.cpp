@@ -40,7 +40,10 @@ void set_process_name(const char* path) {
   prctl(PR_SET_NAME, slash ? slash + 1 : path);
 }
 
-void set_process_nice(int nice_value) { setpriority(PRIO_PROCESS, 0, nice_value); }
+void set_priority_choice(int choice, int pid) {
+  constexpr int NICE[3] = {0, 5, 10};
+  if (choice >= 0 && choice < 3) setpriority(PRIO_PROCESS, id_t(pid), NICE[choice]);
+}
 
 void platform_start() {
   std::signal(SIGPIPE, SIG_IGN);

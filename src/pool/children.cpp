@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <spawn.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,6 +14,7 @@
 #include "eval/eval_settings.h"
 #include "platform/clock.h"
 #include "platform/shared_memory.h"
+#include "platform/system.h"
 #include "pool/sync_area.h"
 #include "search/search_state.h"
 #include "shell/dialogue.h"
@@ -37,8 +37,6 @@ SharedMapping sync_mapping;
 pid_t child_pids[MAX_CHILD_PIPES];
 char program_word[256] = "quorl";
 
-// Nice values of the priority choices Normal, BelowNormal, Low.
-constexpr int CHILD_NICE[3] = {0, 5, 10};
 // Room in a child's pipe for every line a search could send it, so that a
 // whole-line write never waits on a child that is busy between its polls.
 constexpr int CHILD_PIPE_BYTES = 1 << 20;
@@ -102,11 +100,6 @@ void tear_down() {
   drop_sync_mapping();
 }
 
-void set_child_nice(pid_t pid, int32_t setting) {
-  // A raise that the system refuses leaves the child as it is.
-  if (setting >= 0 && setting < 3) setpriority(PRIO_PROCESS, id_t(pid), CHILD_NICE[setting]);
-}
-
 void start_child(int c) {
   int fds[2];
   if (pipe2(fds, O_CLOEXEC) != 0) fatal_exit("Cannot create pipe to child");
@@ -146,7 +139,7 @@ void start_child(int c) {
   if (error != 0) fatal_exit("Cannot create child process: %s", std::strerror(error));
   child_pids[c - 1] = pid;
   child_pipes[c - 1] = fds[1];
-  set_child_nice(pid, child_process_priority);
+  set_priority_choice(child_process_priority, pid);
 }
 
 // Sleeps in rounds until every child has written that it is ready. A child
@@ -290,7 +283,7 @@ void mark_child_ready() { StatusWrite(child_number, STATUS_READY); }
 
 void set_children_priority(int32_t setting) {
   for (int c = 1; c <= child_pipe_count; ++c)
-    if (child_pids[c - 1] > 0) set_child_nice(child_pids[c - 1], setting);
+    if (child_pids[c - 1] > 0) set_priority_choice(setting, child_pids[c - 1]);
 }
 
 void release_process_pool() {

@@ -264,9 +264,8 @@ void set_probe_frequency(const char* text) {
 
 // Main Process Priority: 0 Normal, 1 BelowNormal, 2 Low, 3 Inherit (no call).
 void set_main_priority(int32_t setting, const char* name) {
-  constexpr int NICE[3] = {0, 5, 10};
   main_process_priority = setting;
-  if (setting < 3) set_process_nice(NICE[setting]);
+  set_priority_choice(setting);
   report_text("Main process priority set to %s.", name);
 }
 

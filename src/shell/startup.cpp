@@ -13,17 +13,6 @@
 #include "shell/dialogue.h"
 #include "shell/identity.h"
 
-namespace {
-
-// Main Process Priority to a nice value: Normal, BelowNormal, Low; Inherit
-// leaves the priority alone.
-void set_priority(int choice) {
-  constexpr int NICE[3] = {0, 5, 10};
-  if (choice >= 0 && choice < 3) set_process_nice(NICE[choice]);
-}
-
-}  // namespace
-
 void start_up(int argc, char** argv) {
   char command_line[4096];
   command_line_text(command_line, sizeof(command_line));
@@ -69,6 +58,6 @@ void start_up(int argc, char** argv) {
     mark_child_ready();
   }
 
-  set_priority(main_process_priority);
+  set_priority_choice(main_process_priority);
   for (;;) read_and_dispatch_line();
 }
