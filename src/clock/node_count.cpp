@@ -22,8 +22,9 @@ namespace {
 
 uint64_t last_tick = 0;
 
-// Tenths of the share of the target after which a search in progress stops: after a ponder hit, while the best move is being
-// searched open, and otherwise.
+// Tenths of the share of the target after which a search in progress stops:
+// after a ponder hit, while the best move is being searched open, and
+// otherwise.
 constexpr int64_t SHARE_AFTER_PONDERHIT = 10, SHARE_ON_BEST = 24, SHARE_OTHERWISE = 42;
 
 }  // namespace

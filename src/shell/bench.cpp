@@ -11,7 +11,6 @@
 #include "board/move.h"
 #include "board/position.h"
 #include "board/types.h"
-#include "clock/budget.h"
 #include "clock/go_command.h"
 #include "clock/node_count.h"
 #include "hash/table.h"
@@ -20,7 +19,6 @@
 #include "report/search_lines.h"
 #include "search/root_driver.h"
 #include "search/root_list.h"
-#include "search/search_state.h"
 #include "shell/dialogue.h"
 
 namespace {
@@ -96,22 +94,6 @@ bool quiet_input() {
   return true;  // fd[1] stays open for the life of the process
 }
 
-// The limits of a plain "go depth N": no clocks, no node limits.
-void set_depth_limits(int32_t depth) {
-  wait_for_gui = false;
-  play_mode = false;
-  ponder_search = false;
-  min_score = -64000;
-  depth_limit = 2 * depth;
-  iter_node_limit = node_limit = 0x7fffffffffffffffull;
-  mate_limit = 0;
-  target_time = NO_BUDGET;
-  max_time = NO_BUDGET;
-  move_time_limit = NO_BUDGET;
-  search_moves[0] = 0;
-  contempt = 0;
-}
-
 uint64_t per_second(uint64_t nodes, uint64_t ms) { return nodes * 1000 / (ms ? ms : 1); }
 
 }  // namespace
@@ -162,7 +144,10 @@ int run_bench(int argc, char** argv) {
       continue;
     }
 
-    set_depth_limits(depth);
+    // The limits of a plain go to this depth: no clocks, no node limits.
+    char go[32];
+    std::snprintf(go, sizeof(go), "go depth %d", int(depth));
+    read_go_line(go);
     // The engine's own info lines go to /dev/null, out of the table; the
     // search itself runs exactly as in a game.
     std::fflush(stdout);

@@ -79,8 +79,10 @@ std::string ReplyStartingWith(EngineProcess& engine, const std::string& prefix) 
 
 TEST(ProcessPool, LivesThroughSearchRebuildAndKill) {
   // No arguments on a machine that reports four processors: four processes.
+  // A sanitized engine must accept a library loaded in front of its runtime.
   setenv("QUORL_TEST_PROCESSORS", "4", 1);
   setenv("LD_PRELOAD", QUORL_PROCESSOR_SHIM, 1);
+  setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 0);
   EngineProcess engine(QUORL_BINARY);
   unsetenv("LD_PRELOAD");
   unsetenv("QUORL_TEST_PROCESSORS");
