@@ -19,9 +19,11 @@ run: build
 test: build
 	cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
 
-# The search bench always runs; the make/unmake one needs Google Benchmark.
+# The engine's own bench and the time to depth of 1 against 2 processes
+# always run; the make/unmake one needs Google Benchmark.
 bench: build
-	./$(BUILD_DIR)/quorl_search_bench
+	./$(BUILD_DIR)/quorl bench
+	./$(BUILD_DIR)/quorl_time_to_depth
 	@if [ -x $(BUILD_DIR)/quorl_bench ]; then ./$(BUILD_DIR)/quorl_bench; \
 	else echo "Google Benchmark not found: install libbenchmark-dev for the make/unmake bench"; fi
 

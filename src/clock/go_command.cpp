@@ -14,6 +14,7 @@
 #include "hash/table.h"
 #include "platform/clock.h"
 #include "pool/children.h"
+#include "pool/sync_area.h"
 #include "tablebase/tablebase_settings.h"
 #include "report/output.h"
 #include "report/search_lines.h"
@@ -23,6 +24,7 @@
 #include "search/search_margins.h"
 #include "search/search_state.h"
 #include "shell/dialogue.h"
+#include "shell/identity.h"
 
 bool play_mode = false;
 uint64_t largest_clock = 0;
@@ -67,6 +69,30 @@ void send_go_to_children() {
   const char* listed = search_moves[0] ? " searchmoves" : "";
   const char* miss = last_search_was_ponder_miss ? " lastsearchwaspmiss" : "";
   send_to_children("go contempt %d date %u %sinfinite%s%s%s", contempt, unsigned(HashDate >> HashEntry::DATE_SHIFT), play, listed, miss, moves);
+}
+
+// Child 3 of an ordinary search keeps two exact lines for the MainProcess's
+// margin, and walks its quiet moves in the usual order.
+void set_process_role() {
+  const bool third = is_child && child_number == 3 && !slave_lines;
+  if (third) {
+    multi_pv = 2;
+    multi_pv_cp = 20000;
+  }
+  shuffle_quiet_lists = is_child && !third;
+}
+
+// What this process publishes starts empty: the MainProcess clears the
+// header and every slot, child 3 its lines of the header, each process
+// its own slot.
+void clear_own_reports() {
+  if (child_number == 0) {
+    for (int32_t i = 0; i < REPORT_CLEARED_WORDS; ++i) ReportWrite(i, 0);
+    return;
+  }
+  if (child_number == 3)
+    for (int32_t i = Report::THIRD_FIRST; i < Report::THIRD_SECOND + 3; ++i) ReportWrite(i, 0);
+  for (int32_t i = 0; i < 4; ++i) ReportWrite(Report::Slot(child_number) + i, 0);
 }
 
 }  // namespace
@@ -211,6 +237,7 @@ void prepare_search() {
   send_go_to_children();
   ComputeSearchMargins();
   SelectQuietMasks(MaterialStage(position));
+  set_process_role();
   AdvanceHashDate();
   AgePawnCache();
   last_search_was_ponder_miss = false;
@@ -221,6 +248,7 @@ void prepare_search() {
   is_searching = true;
   reset_node_count();
   std::memset(node_stack, 0, sizeof(NodeRecord) * NODE_STACK_SIZE);
+  clear_own_reports();
   search_start = tick_ms();
   bestmove_open = true;
   ponderhit_seen = false;

@@ -4,6 +4,8 @@
 
 #include "board/move.h"
 #include "clock/budget.h"
+#include "clock/process_reports.h"
+#include "pool/sync_area.h"
 #include "platform/clock.h"
 #include "report/output.h"
 #include "report/search_lines.h"
@@ -11,6 +13,7 @@
 #include "search/root_list.h"
 #include "search/search_state.h"
 #include "shell/dialogue.h"
+#include "shell/identity.h"
 
 uint64_t node_blocks = 1;
 int64_t node_countdown = NODE_BLOCK;
@@ -19,11 +22,9 @@ namespace {
 
 uint64_t last_tick = 0;
 
-// A budget that no other process's report has stretched: the share of the
-// target after which a search in progress stops at a check.
-constexpr int64_t TIME_FACTOR = 90;
-// Tenths of that share: after a ponder hit, while the best move is being
-// searched open, and otherwise.
+// Tenths of the share of the target after which a search in progress stops:
+// after a ponder hit, while the best move is being searched open, and
+// otherwise.
 constexpr int64_t SHARE_AFTER_PONDERHIT = 10, SHARE_ON_BEST = 24, SHARE_OTHERWISE = 42;
 
 }  // namespace
@@ -38,9 +39,15 @@ void stretch_budget(int64_t elapsed) {
   const Move best = root_list[0].move;
   const bool onBest = root_pv_search && best && move_from(best) == move_from(current_root_move) &&
                       move_to(best) == move_to(current_root_move);
-  if (!wait_for_gui) {
+  // While another process holds a better move the search must not be cut
+  // short: the soft limit waits.
+  const ProcessVerdict verdict = CompareProcesses(report_area, process_count, best, ponderhit_seen);
+  if (verdict.keep && !wait_for_gui) {
+    int32_t score = root_list[0].score;
+    if (onBest && pv_note_ply < 256 && pv_estimate < score) score = pv_estimate;
+    const int64_t factor = CheckFactor(report_area, score, verdict.boost);
     const int64_t share = ponderhit_seen ? SHARE_AFTER_PONDERHIT : onBest ? SHARE_ON_BEST : SHARE_OTHERWISE;
-    const int64_t limit = TIME_FACTOR * target_time / 100 * share / 10;
+    const int64_t limit = factor * target_time / 100 * share / 10;
     if (elapsed >= limit) max_time = 0;
   }
   // Past half the hard limit only a new move that is proving itself better

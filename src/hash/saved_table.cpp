@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "hash/table.h"
+#include "pool/children.h"
 #include "report/output.h"
 #include "shell/identity.h"
 
@@ -75,7 +76,8 @@ void load_hash_file(const char* name, bool size_configured) {
     return;
   }
   const uint32_t megabytes = size_configured ? hash_megabytes : round_hash_size(int64_t(bytes >> 20));
-  const HashBuildReport report = BuildHashTable(megabytes, use_large_pages);
+  // The children restart with the new table.
+  const HashBuildReport report = build_process_pool(megabytes);
   ReportHashBuild(report);
   if (report.megabytes) hash_megabytes = report.megabytes;
   if (!report.ok && !report.megabytes) {

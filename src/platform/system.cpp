@@ -1,6 +1,7 @@
 #include "platform/system.h"
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -34,7 +35,15 @@ int processor_count() {
   return count < 1 ? 1 : int(count);
 }
 
-void set_process_nice(int nice_value) { setpriority(PRIO_PROCESS, 0, nice_value); }
+void set_process_name(const char* path) {
+  const char* slash = std::strrchr(path, '/');
+  prctl(PR_SET_NAME, slash ? slash + 1 : path);
+}
+
+void set_priority_choice(int choice, int pid) {
+  constexpr int NICE[3] = {0, 5, 10};
+  if (choice >= 0 && choice < 3) setpriority(PRIO_PROCESS, id_t(pid), NICE[choice]);
+}
 
 void platform_start() {
   std::signal(SIGPIPE, SIG_IGN);

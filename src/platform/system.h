@@ -9,8 +9,13 @@ void command_line_text(char* buffer, size_t size);
 // Processors online, at least 1.
 int processor_count();
 
-// Lowers the scheduling priority of this process by the given nice value.
-void set_process_nice(int nice_value);
+// The name the system lists the process under: the last word of the path.
+void set_process_name(const char* path);
+
+// The priority choices Normal, BelowNormal and Low (0, 1, 2) as nice
+// values; any other choice leaves the priority alone. `pid` 0 is this
+// process. A raise the system refuses changes nothing.
+void set_priority_choice(int choice, int pid = 0);
 
 // Process-wide settings every role needs before it talks: a closed reader
 // of our output must not kill us by a signal; the input end tells instead.

@@ -10,6 +10,7 @@
 #include <ctime>
 
 #include "platform/clock.h"
+#include "pool/children.h"
 #include "shell/identity.h"
 
 bool is_child = false;
@@ -235,5 +236,6 @@ void send_progress_line(const char* format, ...) {
 void fatal_exit(const char* format, ...) {
   FORMAT_ARGS(reason);
   log_line("Exiting Quorl, reason : %s.", reason);
+  release_process_pool();
   std::exit(0);
 }

@@ -52,6 +52,7 @@
 #include "search/ordering_margins.h"
 #include "search/ordering_tables.h"
 #include "search/search_common.h"
+#include "search/search_state.h"
 
 constexpr int PICKER_LIST_SIZE = 256;
 constexpr int PICKER_DEFERRED_SIZE = 64;
@@ -133,7 +134,7 @@ namespace picker_detail {
 
 template <int Us>
 [[gnu::always_inline]] inline void QuietGenerator(MovePicker* p, NodeRecord* node) {
-  if (is_child && p->shuffleAllowed) GenerateQuietsShuffled<Us>(p->list + p->index, node);
+  if (shuffle_quiet_lists && p->shuffleAllowed) GenerateQuietsShuffled<Us>(p->list + p->index, node);
   else GenerateQuiets<Us>(p->list + p->index, node, p->historyRow);
 }
 

@@ -2,6 +2,7 @@
 
 #include <csetjmp>
 #include <cinttypes>
+#include <cstdlib>
 #include <cstring>
 
 #include "board/make_unmake.h"
@@ -13,6 +14,7 @@
 #include "clock/node_count.h"
 #include "eval/eval_settings.h"
 #include "hash/table.h"
+#include "pool/sync_area.h"
 #include "report/output.h"
 #include "report/search_lines.h"
 #include "search/node_search.h"
@@ -22,6 +24,7 @@
 #include "search/search_common.h"
 #include "search/search_state.h"
 #include "shell/dialogue.h"
+#include "shell/identity.h"
 
 Move search_moves[257];
 Move current_root_move = 0;
@@ -139,6 +142,43 @@ void SendRootMoveOrder(int32_t d) {
   send_line("info allmoves%s", text);
 }
 
+// The root move this process searches with the open window, for the other
+// processes' time decisions; 0 when none.
+void PublishCurrentMove(Move m) { ReportWrite(Report::Slot(child_number) + Report::CURRENT, int64_t(m)); }
+
+void PublishLine(int32_t index, const RootRecord& row) {
+  ReportWrite(index, row.score);
+  ReportWrite(index + 1, int64_t(row.move));
+  ReportWrite(index + 2, row.depth);
+}
+
+// After a row has moved: the MainProcess's best line and child 3's two
+// lines go to the header once they are deep enough to steer time; every
+// process keeps its own best in its slot.
+void PublishRootRows() {
+  const RootRecord& best = root_list[0];
+  if (best.depth >= 8) {
+    if (child_number == 0) PublishLine(Report::MAIN_SCORE, best);
+    if (child_number == 3 && multi_pv > 1) {
+      PublishLine(Report::THIRD_FIRST, best);
+      PublishLine(Report::THIRD_SECOND, root_list[1]);
+    }
+  }
+  const int32_t slot = Report::Slot(child_number);
+  ReportWrite(slot + Report::MOVE, int64_t(best.move));
+  ReportWrite(slot + Report::SCORE, best.score);
+  ReportWrite(slot + Report::DEPTH, best.depth);
+  PublishCurrentMove(0);
+}
+
+// A child walks the later root moves in an order of its own at every
+// iteration: rows behind the kept lines drift by random neighbour swaps.
+void ShuffleLaterRows() {
+  for (int round = 0; round < 20 && is_child; ++round)
+    for (int k = multi_pv + 2; k < ROOT_LIST_SIZE && root_list[k].move; ++k)
+      if (std::rand() & 1) std::swap(root_list[k], root_list[k - 1]);
+}
+
 template <int Us>
 int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
   constexpr int Them = Us ^ 1;
@@ -163,6 +203,7 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
     const bool first = i == 0 && multi_pv == 1;
     int32_t score;
     if (d < 4 || (row.depth >= d - 2 && alpha < row.score && i < multi_pv)) {
+      PublishCurrentMove(m);
       root_pv_search = true;
       score = -(t + PvSearch<Them>(-(beta + t), -(alpha + t), childDepth, check, root + 1, first ? 3 : 0, 0));
       root_pv_search = false;
@@ -174,6 +215,7 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
                                            d - childDepth, 0));
       if (score > alpha) {
         root_pv_search = true;
+        PublishCurrentMove(m);
         score = -(t + ScoutSearch<Them>(-(alpha + t), childDepth, check, root + 1, 0));
         if (score > alpha)
           score = -(t + PvSearch<Them>(-(beta + t), -(alpha + t), childDepth, check, root + 1, first ? 1 : 0, 0));
@@ -185,9 +227,13 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
     if (row.depth >= d - 2 && row.score > alpha && score <= alpha) {
       // The move that looked best has failed low: the front end hears of it.
       if (i == 0 && d >= 8) ShowFirstRowUpperBound(m, d, score, true, ROOT_LIST_DEPTH_NONE);
+      PublishCurrentMove(0);
       continue;
     }
-    if (score <= alpha) continue;
+    if (score <= alpha) {
+      PublishCurrentMove(0);
+      continue;
+    }
     // The row climbs over every row not yet known as good at this depth.
     static RootRecord moved;
     moved = row;
@@ -204,6 +250,7 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
     moved.nodes = NodeFigure();
     WalkLine(m, 30, moved.pv, sizeof(moved.pv));
     root_list[p] = moved;
+    PublishRootRows();
     if (d >= 8) SendRootLines(d - 2);
     const int32_t keep = root_list[0].score - multi_pv_cp;
     if (keep > alpha) alpha = keep;
@@ -211,6 +258,7 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
     if (last.depth == d && last.score > alpha) alpha = multi_pv_floor = last.score;
   }
   current_root_move = 0;
+  ShuffleLaterRows();
   if (dwx3_invoked) SendRootMoveOrder(d);
   if (!slave_lines && d >= 8) {
     const uint64_t time = SearchTime(), nodes = NodeFigure();

@@ -10,6 +10,11 @@ extern int32_t min_score;    // a floor under the root window
 extern int32_t multi_pv;     // lines the root keeps exact
 extern int32_t multi_pv_cp;  // how far below the best a kept line may lie
 
+// A ChildProcess walks its quiet moves in a random order where the node
+// allows it, so that the pool spreads over the tree; child 3, which keeps
+// two exact lines for the MainProcess's time decisions, does not.
+extern bool shuffle_quiet_lists;
+
 extern bool root_pv_search;   // the root move under search has raised alpha and runs open
 extern int32_t pv_note_ply;   // shallowest ply at which a PV node failed low, 256 for none
 extern int32_t pv_estimate;   // the running value of the principal line from there

@@ -98,11 +98,11 @@ const char* enabled_word(bool on) { return on ? "enabled" : "disabled"; }
 
 int32_t clamp(int32_t v, int32_t low, int32_t high) { return v < low ? low : v > high ? high : v; }
 
-// Hash and Large Pages rebuild the table; a failure keeps the size that could
-// be had and says why.
-void rebuild_table(uint32_t megabytes) {
-  const HashBuildReport report = BuildHashTable(megabytes, use_large_pages);
-  ReportHashBuild(report);
+// Hash, Max CPUs and Large Pages rebuild the pool with a new table; a
+// failure keeps the size that could be had and says why.
+void rebuild_pool(uint32_t megabytes) {
+  const HashBuildReport report = build_process_pool(megabytes);
+  if (!overridden_parent_id) ReportHashBuild(report);
   if (report.megabytes) hash_megabytes = report.megabytes;
 }
 
@@ -117,7 +117,7 @@ void set_hash(const char* text) {
     return;
   }
   const uint32_t before = hash_megabytes;
-  rebuild_table(round_hash_size(wanted));
+  rebuild_pool(round_hash_size(wanted));
   report_text("Hash size changed from %u Mb to %u Mb.", before, hash_megabytes);
 }
 
@@ -184,8 +184,9 @@ void set_max_cpus(const char* text) {
   }
   const int32_t before = max_cpus;
   max_cpus = clamp(wanted, 1, MAX_PROCESSES);
-  // The pool takes the new count at its next build; one process runs until
-  // then.
+  // Too many processes, or too few while processors are left idle.
+  if (process_count > max_cpus || (process_count < max_cpus && cpu_count > process_count))
+    rebuild_pool(hash_megabytes);
   report_text("Max CPUs set to %d (had been %d).", max_cpus, before);
 }
 
@@ -200,7 +201,7 @@ void set_large_pages(const char* text) {
     return;
   }
   use_large_pages = wanted;
-  rebuild_table(hash_megabytes);
+  rebuild_pool(hash_megabytes);
   report_text("Large page usage %s (had been %s).", enabled_word(wanted), enabled_word(!wanted));
 }
 
@@ -263,15 +264,14 @@ void set_probe_frequency(const char* text) {
 
 // Main Process Priority: 0 Normal, 1 BelowNormal, 2 Low, 3 Inherit (no call).
 void set_main_priority(int32_t setting, const char* name) {
-  constexpr int NICE[3] = {0, 5, 10};
   main_process_priority = setting;
-  if (setting < 3) set_process_nice(NICE[setting]);
+  set_priority_choice(setting);
   report_text("Main process priority set to %s.", name);
 }
 
 void set_child_priority(int32_t setting, const char* name) {
-  // The children take it at their start; one process has none to change.
   child_process_priority = setting;
+  set_children_priority(setting);
   report_text("Child process priority set to %s.", name);
 }
 

@@ -6,27 +6,20 @@
 #include "board/position.h"
 #include "hash/table.h"
 #include "platform/input.h"
+#include "platform/shared_memory.h"
 #include "platform/system.h"
+#include "pool/children.h"
 #include "report/output.h"
 #include "shell/dialogue.h"
 #include "shell/identity.h"
-
-namespace {
-
-// Main Process Priority to a nice value: Normal, BelowNormal, Low; Inherit
-// leaves the priority alone.
-void set_priority(int choice) {
-  constexpr int NICE[3] = {0, 5, 10};
-  if (choice >= 0 && choice < 3) set_process_nice(NICE[choice]);
-}
-
-}  // namespace
 
 void start_up(int argc, char** argv) {
   char command_line[4096];
   command_line_text(command_line, sizeof(command_line));
   derive_engine_names(command_line, engine_name, engine_short_name);
-  std::srand(unsigned(std::time(nullptr)));
+  // The processes of a pool start within the same second, and each must
+  // walk the tree in an order of its own.
+  std::srand(unsigned(std::time(nullptr)) ^ unsigned(current_process_id()) * 2654435761u);
 
   std::snprintf(position_line, sizeof(position_line), "%s", START_FEN);
   SetPositionFromFen(START_FEN);
@@ -47,17 +40,24 @@ void start_up(int argc, char** argv) {
   input_is_pipe = !input_is_terminal();
   hash_megabytes = rounded_hash;
 
-  // The table: created here by a MainProcess, joined by a child or by a
-  // MainProcess that a controller points at its own table. Either way the
-  // age table starts at date 0.
-  const bool joins = is_child || overridden_parent_id != 0;
-  HashBuildReport hash = joins ? AttachHashTable() : BuildHashTable(hash_megabytes, use_large_pages);
+  // The table and the pool: a MainProcess creates the table (or joins a
+  // controller's) and starts its children, and reads nothing before they
+  // are all up; a child joins both mappings. The age table starts at date 0.
+  set_program_word(argv[0]);
+  HashBuildReport hash = build_process_pool(hash_megabytes);
   if (!hash.ok) {
     report_text("%s", hash.error);
     fatal_exit("Hash table not available");
   }
-  if (!joins) ReportHashBuild(hash);
+  hash_megabytes = hash.megabytes;
+  if (!is_child && !overridden_parent_id) ReportHashBuild(hash);
+  if (is_child) {
+    // Started through our own image, which the system would list by its
+    // link's name.
+    set_process_name(argv[0]);
+    mark_child_ready();
+  }
 
-  set_priority(main_process_priority);
+  set_priority_choice(main_process_priority);
   for (;;) read_and_dispatch_line();
 }

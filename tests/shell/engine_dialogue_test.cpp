@@ -101,11 +101,11 @@ std::string Repeat(char c, size_t count) { return std::string(count, c); }
 TEST(EngineUciDialogue, IdBlockComesInOrderForEveryFormOfTheWord) {
   EngineProcess engine;
   ASSERT_TRUE(engine.started()) << engine.start_error();
-  // The test binary's engine file is called quorl: the plain name.
+  // The harness starts quorl as a pool of one: "0 1" joins the plain name.
   for (const char* line : {"uci\n", "UCI\n", "Uci\n", "ucifoo\n", "uci with words\n"}) {
     SCOPED_TRACE(line);
     ASSERT_TRUE(engine.send(line));
-    EXPECT_EQ(engine.read_line(kReplyMs), "id name Quorl");
+    EXPECT_EQ(engine.read_line(kReplyMs), "id name Quorl 0 1");
     EXPECT_TRUE(ReadRestOfUciBlock(engine));
     EXPECT_TRUE(engine.expect_silence(30));
   }
@@ -281,7 +281,7 @@ TEST(EngineLineFraming, LinesAreAssembledAcrossWritesAndSplitWithinOne) {
     SCOPED_TRACE("several lines in one write, answered in order");
     ASSERT_TRUE(engine.send("isready\nuci\nstop\nisready\n"));
     EXPECT_EQ(engine.read_line(kReplyMs), "readyok");
-    EXPECT_EQ(ReadIdBlock(engine), "Quorl");
+    EXPECT_EQ(ReadIdBlock(engine), "Quorl 0 1");
     EXPECT_EQ(engine.read_line(kReplyMs), "bestmove 0000");
     EXPECT_EQ(engine.read_line(kReplyMs), "readyok");
     EXPECT_TRUE(engine.expect_silence(20));
@@ -349,7 +349,7 @@ TEST(EngineLineFraming, CarriageReturnBeforeTheLineFeedIsDropped) {
   EXPECT_REPLIES(engine, "\r\n\r\n", {});
   // The replies themselves end in a bare line feed.
   ASSERT_TRUE(engine.send("uci\r\n"));
-  EXPECT_EQ(engine.read_line(kReplyMs), "id name Quorl");
+  EXPECT_EQ(engine.read_line(kReplyMs), "id name Quorl 0 1");
   EXPECT_TRUE(ReadRestOfUciBlock(engine));
   ExpectCleanEnd(engine);
 }

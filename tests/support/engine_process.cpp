@@ -36,7 +36,8 @@ std::string error_text(const char* what, int error) { return std::string(what) +
 
 }  // namespace
 
-EngineProcess::EngineProcess() : EngineProcess(QUORL_BINARY) {}
+// No outside table, one processor.
+EngineProcess::EngineProcess() : EngineProcess(QUORL_BINARY, {QUORL_BINARY, "0", "1"}) {}
 
 EngineProcess::EngineProcess(const std::string& path, std::vector<std::string> argv) {
   // A child that dies while we write to it must fail a check, not end the

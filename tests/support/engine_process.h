@@ -16,7 +16,8 @@ namespace quorl_test {
 
 class EngineProcess {
  public:
-  // Starts the engine built with the tests (QUORL_BINARY), no arguments.
+  // Starts the engine built with the tests (QUORL_BINARY) as a pool of one
+  // process, so that a test's search takes one core.
   EngineProcess();
   // Starts the executable at `path`. `argv` is the full argument vector,
   // argv[0] included; empty means just { path }.
@@ -29,6 +30,7 @@ class EngineProcess {
 
   // True when the child was started; otherwise start_error() says why.
   bool started() const { return pid_ > 0; }
+  pid_t pid() const { return pid_; }
   const std::string& start_error() const { return start_error_; }
 
   // Writes the bytes as they are (no newline is added). False when they could

@@ -1,9 +1,5 @@
-// Fixed-depth searches over a set of positions: nodes, time and speed per
-// position, and a signature over the node counts. The search starts each
-// position from an empty table and fresh ordering tables, so the node counts,
-// and with them the signature, change only when the search itself changes.
-//
-// Usage: quorl_search_bench [depth]   (whole plies; the default is below)
+#include "shell/bench.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -15,7 +11,6 @@
 #include "board/move.h"
 #include "board/position.h"
 #include "board/types.h"
-#include "clock/budget.h"
 #include "clock/go_command.h"
 #include "clock/node_count.h"
 #include "hash/table.h"
@@ -24,12 +19,11 @@
 #include "report/search_lines.h"
 #include "search/root_driver.h"
 #include "search/root_list.h"
-#include "search/search_state.h"
 #include "shell/dialogue.h"
 
 namespace {
 
-constexpr int32_t DEFAULT_DEPTH = 13;
+constexpr int32_t DEFAULT_DEPTH = 11;
 constexpr int32_t MAX_DEPTH = 60;
 constexpr uint32_t HASH_MEGABYTES = 16;
 
@@ -100,42 +94,17 @@ bool quiet_input() {
   return true;  // fd[1] stays open for the life of the process
 }
 
-// The limits of a plain "go depth N": no clocks, no node limits.
-void set_depth_limits(int32_t depth) {
-  wait_for_gui = false;
-  play_mode = false;
-  ponder_search = false;
-  min_score = -64000;
-  depth_limit = 2 * depth;
-  iter_node_limit = node_limit = 0x7fffffffffffffffull;
-  mate_limit = 0;
-  target_time = NO_BUDGET;
-  max_time = NO_BUDGET;
-  move_time_limit = NO_BUDGET;
-  search_moves[0] = 0;
-  contempt = 0;
-}
-
-// FNV-1a over the eight bytes of each count, low byte first.
-uint64_t fold_signature(uint64_t hash, uint64_t value) {
-  for (int32_t i = 0; i < 8; ++i) {
-    hash ^= (value >> (8 * i)) & 0xff;
-    hash *= 0x100000001b3ull;
-  }
-  return hash;
-}
-
 uint64_t per_second(uint64_t nodes, uint64_t ms) { return nodes * 1000 / (ms ? ms : 1); }
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int run_bench(int argc, char** argv) {
   int32_t depth = DEFAULT_DEPTH;
-  if (argc > 1) {
+  if (argc > 2) {
     char* end = nullptr;
-    const long value = std::strtol(argv[1], &end, 10);
+    const long value = std::strtol(argv[2], &end, 10);
     if (!end || *end || value < 1 || value > MAX_DEPTH) {
-      std::fprintf(stderr, "usage: %s [depth 1-%d]\n", argv[0], int(MAX_DEPTH));
+      std::fprintf(stderr, "usage: %s bench [depth 1-%d]\n", argv[0], int(MAX_DEPTH));
       return 2;
     }
     depth = int32_t(value);
@@ -161,7 +130,6 @@ int main(int argc, char** argv) {
   std::printf("%3s %-8s %12s %8s %10s %-6s %s\n", "#", "kind", "nodes", "ms", "nps", "best", "score");
 
   uint64_t total_nodes = 0, total_ms = 0;
-  uint64_t signature = 0xcbf29ce484222325ull;
   int32_t failures = 0;
   for (int32_t i = 0; i < POSITION_COUNT; ++i) {
     const BenchPosition& entry = POSITIONS[i];
@@ -176,7 +144,10 @@ int main(int argc, char** argv) {
       continue;
     }
 
-    set_depth_limits(depth);
+    // The limits of a plain go to this depth: no clocks, no node limits.
+    char go[32];
+    std::snprintf(go, sizeof(go), "go depth %d", int(depth));
+    read_go_line(go);
     // The engine's own info lines go to /dev/null, out of the table; the
     // search itself runs exactly as in a game.
     std::fflush(stdout);
@@ -202,12 +173,11 @@ int main(int argc, char** argv) {
 
     total_nodes += nodes;
     total_ms += ms;
-    signature = fold_signature(signature, nodes);
   }
 
-  std::printf("Total: %" PRIu64 " nodes, %" PRIu64 " ms, %" PRIu64 " nps\n", total_nodes, total_ms,
-              per_second(total_nodes, total_ms));
-  std::printf("Signature: %016" PRIx64 "\n", signature);
+  // The node total is the build's signature: it changes only with the search.
+  std::printf("Nodes searched: %" PRIu64 "\n", total_nodes);
+  std::printf("Nodes/second: %" PRIu64 "\n", per_second(total_nodes, total_ms));
   ReleaseHashTable();
   return failures ? 1 : 0;
 }
