@@ -120,8 +120,11 @@ class ListMaker {
       // Men that cannot move along the line at all lose their quiet moves.
       Bitboard stuck;
       if (BISHOP_RAYS[ok_] >> slider & 1) {
-        // A pawn about to promote keeps its place when it can take the pinner:
-        // that capture's underpromotions come from the quiet side.
+        // A pawn pinned on a diagonal may still take its pinner, often its
+        // only legal move, and no other list would produce that capture: the
+        // captures below go along the pin. A pawn about to promote keeps its
+        // place when it can take the pinner: that capture's underpromotions
+        // come from the quiet side.
         const Bitboard takesPinner = PawnSources<Us>(slider) & PROMOTING_RANK<Us>;
         stuck = men_[ROOK_INDEX + Us] | men_[KNIGHT_INDEX + Us] | (pawns & ~takesPinner);
       } else {
@@ -157,7 +160,6 @@ class ListMaker {
     for (Bitboard b = men_[BISHOP_INDEX + Us]; b; b &= b - 1) Note(lowest_square(b), BishopAttacks(lowest_square(b), view));
     for (Bitboard b = men_[ROOK_INDEX + Us]; b; b &= b - 1) Note(lowest_square(b), RookAttacks(lowest_square(b), view));
     for (Bitboard b = men_[QUEEN_INDEX + Us]; b; b &= b - 1) Note(lowest_square(b), QueenAttacks(lowest_square(b), occ_));
-    Note(ok_, KING_ATTACKS[ok_]);
   }
 
   // Our attacks once the man on `from` has left: what it alone reached is gone.
@@ -325,12 +327,12 @@ class ListMaker {
     if (word) Emit(word);
   }
 
-  // A promotion: the queen, then the knight where the knight checks (its
-  // other knight and the rook come with the underpromotions).
+  // A promotion: the knight first where the knight checks, then the queen
+  // (the other forms come with the underpromotions).
   void Promote(int to, Move base) {
     const Move cleared = base & ~PROMOTION_CLEAR;
-    Emit(cleared | PROMOTION_QUEEN);
     if (KNIGHT_ATTACKS[to] >> ek_ & 1) Emit(cleared | PROMOTION_KNIGHT | MOVE_CHECK | PROMOTION_MARK | MOVE_EXEMPT);
+    Emit(cleared | PROMOTION_QUEEN);
   }
 
   void Pawns() {
