@@ -205,6 +205,9 @@ class ListMaker {
   // priority and exempt bits of the check.
   Move Classify(int from, int to, int64_t stake, Bitboard attacksThere, Bitboard newOcc) {
     const Bitboard afterOcc = occ_ & ~bit(from);  // the exchange test sees the board with the mover lifted
+    // Also where only their king can take the checker: the test then asks
+    // whether any man of ours covers the square, pinned ones included, as a
+    // king may not step into the reach of a pinned man either.
     if (!ExchangeTest<Us>(to, afterOcc, theirFree_, stake)) return 0;
     const Bitboard guarded = AttacksWithout(from) | attacksThere;
     const Bitboard movers = theirs_ & discover_ & ~bit(ek_);
