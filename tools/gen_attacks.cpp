@@ -15,7 +15,7 @@
 
 namespace {
 
-struct SliderSpec {
+struct SliderTable {
   const char* name;
   const std::array<Bitboard, 64>& mask;
   const uint64_t* magic;
@@ -35,35 +35,35 @@ const char* square_name(int s) {
 }
 
 // Fills `store` and `offsets`; false on any inconsistency, with the reason on stderr.
-bool fill(const SliderSpec& spec, std::vector<Bitboard>& store, size_t offsets[64]) {
-  store.assign(spec.entries, 0);
-  std::vector<char> used(spec.entries, 0);
+bool fill(const SliderTable& slider, std::vector<Bitboard>& store, size_t offsets[64]) {
+  store.assign(slider.entries, 0);
+  std::vector<char> used(slider.entries, 0);
   size_t offset = 0;
   for (int s = 0; s < 64; ++s) {
-    const Bitboard mask = spec.mask[s];
-    const uint32_t shift = spec.shift[s];
+    const Bitboard mask = slider.mask[s];
+    const uint32_t shift = slider.shift[s];
     if (shift < 44 || shift > 63) {
-      std::fprintf(stderr, "gen_attacks: %s shift %u on %s out of range\n", spec.name, shift, square_name(s));
+      std::fprintf(stderr, "gen_attacks: %s shift %u on %s out of range\n", slider.name, shift, square_name(s));
       return false;
     }
     const size_t size = size_t(1) << (64 - shift);
     offsets[s] = offset;
-    if (offset + size > spec.entries) {
-      std::fprintf(stderr, "gen_attacks: %s slices overrun the %zu entries at %s\n", spec.name, spec.entries,
+    if (offset + size > slider.entries) {
+      std::fprintf(stderr, "gen_attacks: %s slices overrun the %zu entries at %s\n", slider.name, slider.entries,
                    square_name(s));
       return false;
     }
     // Carry-rippler walk over every subset of the mask, the empty one included.
     Bitboard occupancy = 0;
     do {
-      const size_t index = size_t((occupancy * spec.magic[s]) >> shift);
-      const Bitboard attack = spec.attacks(s, occupancy);
+      const size_t index = size_t((occupancy * slider.magic[s]) >> shift);
+      const Bitboard attack = slider.attacks(s, occupancy);
       Bitboard& slot = store[offset + index];
       if (used[offset + index] && slot != attack) {
         std::fprintf(stderr,
                      "gen_attacks: %s multiplier 0x%llx on %s sends occupancy 0x%llx to index %zu, "
                      "which already holds another attack set (0x%llx, wanted 0x%llx)\n",
-                     spec.name, (unsigned long long)spec.magic[s], square_name(s), (unsigned long long)occupancy,
+                     slider.name, (unsigned long long)slider.magic[s], square_name(s), (unsigned long long)occupancy,
                      index, (unsigned long long)slot, (unsigned long long)attack);
         return false;
       }
@@ -73,8 +73,8 @@ bool fill(const SliderSpec& spec, std::vector<Bitboard>& store, size_t offsets[6
     } while (occupancy);
     offset += size;
   }
-  if (offset != spec.entries) {
-    std::fprintf(stderr, "gen_attacks: %s slices fill %zu of %zu entries\n", spec.name, offset, spec.entries);
+  if (offset != slider.entries) {
+    std::fprintf(stderr, "gen_attacks: %s slices fill %zu of %zu entries\n", slider.name, offset, slider.entries);
     return false;
   }
   return true;
@@ -101,9 +101,9 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: gen_attacks <output.cpp>\n");
     return 2;
   }
-  const SliderSpec rook{"rook",        ROOK_MASK, ROOK_MAGIC, ROOK_SHIFT, ROOK_ATTACK_ENTRIES,
+  const SliderTable rook{"rook",        ROOK_MASK, ROOK_MAGIC, ROOK_SHIFT, ROOK_ATTACK_ENTRIES,
                         [](int s, Bitboard occ) { return attack_build::rook_slide(s, occ); }};
-  const SliderSpec bishop{"bishop",        BISHOP_MASK, BISHOP_MAGIC, BISHOP_SHIFT, BISHOP_ATTACK_ENTRIES,
+  const SliderTable bishop{"bishop",        BISHOP_MASK, BISHOP_MAGIC, BISHOP_SHIFT, BISHOP_ATTACK_ENTRIES,
                           [](int s, Bitboard occ) { return attack_build::bishop_slide(s, occ); }};
 
   std::vector<Bitboard> rook_store, bishop_store;

@@ -1,28 +1,47 @@
 #include "eval/attack_maps.h"
 
-void AttackedByWhite(NodeRecord* node) {
-  const Position& p = position;
+namespace {
+
+// One colour's attacks by plain lookups on the occupancy, with the sets that
+// decide which enemy men stand attacked by something cheaper.
+struct PlainAttacks {
+  Bitboard pawns, minors, rooks, all;
+};
+
+PlainAttacks PlainAttacksOf(const Position& p, int colour) {
+  const Bitboard* men = p.pieceBits;
   const Bitboard occupied = p.occupied;
-  Bitboard attacks = WhitePawnAttacks(p.pieceBits[PAWN_INDEX + WHITE]);
-  for (Bitboard b = p.pieceBits[KNIGHT_INDEX + WHITE]; b; b &= b - 1) attacks |= KNIGHT_ATTACKS[lowest_square(b)];
-  for (Bitboard b = p.pieceBits[BISHOP_INDEX + WHITE]; b; b &= b - 1)
-    attacks |= BishopAttacks(lowest_square(b), occupied);
-  for (Bitboard b = p.pieceBits[ROOK_INDEX + WHITE]; b; b &= b - 1) attacks |= RookAttacks(lowest_square(b), occupied);
-  for (Bitboard b = p.pieceBits[QUEEN_INDEX + WHITE]; b; b &= b - 1)
-    attacks |= QueenAttacks(lowest_square(b), occupied);
-  node->whiteAttacks = attacks | KING_ATTACKS[p.kingSquare[WHITE]];
+  PlainAttacks a;
+  a.pawns = colour == WHITE ? WhitePawnAttacks(men[PAWN_INDEX + WHITE]) : BlackPawnAttacks(men[PAWN_INDEX + BLACK]);
+  a.minors = 0;
+  for (Bitboard b = men[KNIGHT_INDEX + colour]; b; b &= b - 1) a.minors |= KNIGHT_ATTACKS[lowest_square(b)];
+  for (Bitboard b = men[BISHOP_INDEX + colour]; b; b &= b - 1) a.minors |= BishopAttacks(lowest_square(b), occupied);
+  a.rooks = 0;
+  for (Bitboard b = men[ROOK_INDEX + colour]; b; b &= b - 1) a.rooks |= RookAttacks(lowest_square(b), occupied);
+  Bitboard queens = 0;
+  for (Bitboard b = men[QUEEN_INDEX + colour]; b; b &= b - 1) queens |= QueenAttacks(lowest_square(b), occupied);
+  a.all = a.pawns | a.minors | a.rooks | queens | KING_ATTACKS[p.kingSquare[colour]];
+  return a;
 }
+
+// The men of `colour` in danger: attacked and not defended, or attacked by a
+// cheaper man.
+Bitboard InDanger(const Position& p, int colour, const PlainAttacks& own, const PlainAttacks& enemy) {
+  const Bitboard* men = p.pieceBits;
+  const Bitboard queens = men[QUEEN_INDEX + colour];
+  return (p.colourBits[colour] & enemy.all & ~own.all) | (PiecesOf(p, colour) & enemy.pawns) |
+         ((men[ROOK_INDEX + colour] | queens) & enemy.minors) | (queens & enemy.rooks);
+}
+
+}  // namespace
+
+void AttackedByWhite(NodeRecord* node) { node->whiteAttacks = PlainAttacksOf(position, WHITE).all; }
 
 void AttackMaps(NodeRecord* node) {
   const Position& p = position;
-  AttackBook book;
-  book.StartWithPawns(p);
-  book.AddKnights(p);
-  book.AddBishops(p, IgnoreMan{}, IgnoreMan{});
-  book.NoteMajorsUnderMinors(p);
-  book.AddRooks(p, IgnoreMan{}, IgnoreMan{});
-  book.NoteQueensUnderRooks(p);
-  book.AddQueens(p, IgnoreMan{}, IgnoreMan{});
-  book.CompleteMaps();
-  book.Store(p, node);
+  const PlainAttacks white = PlainAttacksOf(p, WHITE), black = PlainAttacksOf(p, BLACK);
+  node->whiteAttacks = white.all;
+  node->blackAttacks = black.all;
+  node->whiteThreatened = InDanger(p, WHITE, white, black);
+  node->blackThreatened = InDanger(p, BLACK, black, white);
 }

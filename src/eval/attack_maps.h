@@ -26,11 +26,6 @@
   return RookAttacks(square, occupied & ~ownRooks) | BishopAttacks(square, occupied);
 }
 
-// Men in danger never include kings: a king is never left standing attacked.
-[[gnu::always_inline]] inline Bitboard MenAtRisk(const Position& p, int colour) {
-  return p.colourBits[colour] & ~p.pieceBits[KING_INDEX + colour];
-}
-
 // Knights, bishops, rooks and queens of a colour: what a pawn attack puts in danger.
 [[gnu::always_inline]] inline Bitboard PiecesOf(const Position& p, int colour) {
   return p.pieceBits[KNIGHT_INDEX + colour] | p.pieceBits[BISHOP_INDEX + colour] |
@@ -133,8 +128,8 @@ struct AttackBook {
 
   // Loose men, then the four words the move producers and pruning read.
   [[gnu::always_inline]] void Store(const Position& p, NodeRecord* node) {
-    looseW = MenAtRisk(p, WHITE) & allB & ~allW;
-    looseB = MenAtRisk(p, BLACK) & allW & ~allB;
+    looseW = p.colourBits[WHITE] & allB & ~allW;
+    looseB = p.colourBits[BLACK] & allW & ~allB;
     node->whiteAttacks = allW;
     node->blackAttacks = allB;
     node->blackThreatened = looseB | cheapAttW;
@@ -146,6 +141,7 @@ struct AttackBook {
 // occupancy; for the quick path where the evaluator is skipped.
 void AttackedByWhite(NodeRecord* node);
 
-// Both attack maps and both sets of men in danger, the same four words that
-// Evaluate leaves, without any scoring.
+// Both attack maps and both sets of men in danger, the four words that
+// Evaluate leaves, by plain lookups: no slider looks through its own men
+// here, as the evaluator's do.
 void AttackMaps(NodeRecord* node);

@@ -120,8 +120,11 @@ class ListMaker {
       // Men that cannot move along the line at all lose their quiet moves.
       Bitboard stuck;
       if (BISHOP_RAYS[ok_] >> slider & 1) {
-        // A pawn about to promote keeps its place when it can take the pinner:
-        // that capture's underpromotions come from the quiet side.
+        // A pawn pinned on a diagonal may still take its pinner, often its
+        // only legal move, and no other list would produce that capture: the
+        // captures below go along the pin. A pawn about to promote keeps its
+        // place when it can take the pinner: that capture's underpromotions
+        // come from the quiet side.
         const Bitboard takesPinner = PawnSources<Us>(slider) & PROMOTING_RANK<Us>;
         stuck = men_[ROOK_INDEX + Us] | men_[KNIGHT_INDEX + Us] | (pawns & ~takesPinner);
       } else {
@@ -157,7 +160,6 @@ class ListMaker {
     for (Bitboard b = men_[BISHOP_INDEX + Us]; b; b &= b - 1) Note(lowest_square(b), BishopAttacks(lowest_square(b), view));
     for (Bitboard b = men_[ROOK_INDEX + Us]; b; b &= b - 1) Note(lowest_square(b), RookAttacks(lowest_square(b), view));
     for (Bitboard b = men_[QUEEN_INDEX + Us]; b; b &= b - 1) Note(lowest_square(b), QueenAttacks(lowest_square(b), occ_));
-    Note(ok_, KING_ATTACKS[ok_]);
   }
 
   // Our attacks once the man on `from` has left: what it alone reached is gone.
@@ -203,6 +205,9 @@ class ListMaker {
   // priority and exempt bits of the check.
   Move Classify(int from, int to, int64_t stake, Bitboard attacksThere, Bitboard newOcc) {
     const Bitboard afterOcc = occ_ & ~bit(from);  // the exchange test sees the board with the mover lifted
+    // Also where only their king can take the checker: the test then asks
+    // whether any man of ours covers the square, pinned ones included, as a
+    // king may not step into the reach of a pinned man either.
     if (!ExchangeTest<Us>(to, afterOcc, theirFree_, stake)) return 0;
     const Bitboard guarded = AttacksWithout(from) | attacksThere;
     const Bitboard movers = theirs_ & discover_ & ~bit(ek_);
@@ -325,12 +330,12 @@ class ListMaker {
     if (word) Emit(word);
   }
 
-  // A promotion: the queen, then the knight where the knight checks (its
-  // other knight and the rook come with the underpromotions).
+  // A promotion: the knight first where the knight checks, then the queen
+  // (the other forms come with the underpromotions).
   void Promote(int to, Move base) {
     const Move cleared = base & ~PROMOTION_CLEAR;
-    Emit(cleared | PROMOTION_QUEEN);
     if (KNIGHT_ATTACKS[to] >> ek_ & 1) Emit(cleared | PROMOTION_KNIGHT | MOVE_CHECK | PROMOTION_MARK | MOVE_EXEMPT);
+    Emit(cleared | PROMOTION_QUEEN);
   }
 
   void Pawns() {

@@ -141,8 +141,7 @@ PackedScore SecondThreats(const Frame& f, const Bitboard (&all)[2], const Bitboa
   constexpr int32_t Them = S::Them;
   const Position& p = f.p;
   const Bitboard ownPawns = S::Men(p, PAWN_INDEX);
-  // Kings are no men here, as in the sets of men in danger.
-  const Bitboard ownMen = MenAtRisk(p, Us), enemyMen = MenAtRisk(p, Them);
+  const Bitboard ownMen = p.colourBits[Us], enemyMen = p.colourBits[Them];
   const Bitboard pushes = (Us == WHITE ? ownPawns << 8 : ownPawns >> 8) & ~p.occupied;
   const Bitboard guardedPieces =
       (S::Men(p, KNIGHT_INDEX) | S::Men(p, BISHOP_INDEX) | S::Men(p, ROOK_INDEX)) & f.pawnAtt[Us];

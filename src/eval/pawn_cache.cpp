@@ -55,8 +55,12 @@ struct View {
   }
 };
 
-// The squares strictly between two squares on a line; empty off a line.
-[[gnu::always_inline]] inline Bitboard Between(int32_t a, int32_t b) { return LINE_PAIR[a * 64 + b].between & ~bit(b); }
+// The squares strictly between two squares on a line; empty off a line,
+// where the line table holds nothing to be read.
+[[gnu::always_inline]] inline Bitboard Between(int32_t a, int32_t b) {
+  if (!((BISHOP_RAYS[a] | ROOK_RAYS[a]) >> b & 1)) return 0;
+  return LINE_PAIR[a * 64 + b].between & ~bit(b);
+}
 
 struct Frame {
   Bitboard pawns[2];

@@ -18,6 +18,8 @@ namespace {
 // so that a copy taken during a search holds no torn entry.
 constexpr size_t CHUNK_WORDS = 1 << 16;
 
+constexpr uint64_t MAX_TABLE_MEGABYTES = uint64_t(1) << 15;
+
 bool name_is_set(const char* name) { return name[0] && name[0] != '*'; }
 
 int table_megabytes() { return int(hash_words * 8 >> 20); }
@@ -75,7 +77,11 @@ void load_hash_file(const char* name, bool size_configured) {
                 int(bytes >> 20), std::strerror(error), error);
     return;
   }
-  const uint32_t megabytes = size_configured ? hash_megabytes : round_hash_size(int64_t(bytes >> 20));
+  // The file's whole megabytes, as they are: a table of any whole number of
+  // megabytes works, only the bucket index then leaves some buckets unused.
+  // A 32-bit index reaches no further than 2^32 words.
+  const uint64_t file_megabytes = bytes >> 20 < MAX_TABLE_MEGABYTES ? bytes >> 20 : MAX_TABLE_MEGABYTES;
+  const uint32_t megabytes = size_configured ? hash_megabytes : uint32_t(file_megabytes);
   // The children restart with the new table.
   const HashBuildReport report = build_process_pool(megabytes);
   ReportHashBuild(report);

@@ -20,6 +20,12 @@ namespace {
 SharedMapping mapping;
 bool owned = false;
 
+// One megabyte of the process's own memory for when no shared table of any
+// size can be had: a search under way, or the next one, then still has a
+// table to probe. Children cannot join it, but one process searches on.
+constexpr uint64_t SPARE_WORDS = uint64_t(1) << 17;
+alignas(64) uint64_t spare_table[SPARE_WORDS];
+
 // Preserve Analysis pins everything from this depth on.
 constexpr int32_t PRESERVED_DEPTH = 22;
 
@@ -209,7 +215,14 @@ HashBuildReport BuildHashTable(uint32_t megabytes, bool large_pages, bool keep_n
       report.large_page_status = fallback.large_page_status;
     }
   }
-  if (!hash_table) return report;
+  if (!hash_table) {
+    hash_table = spare_table;
+    hash_words = SPARE_WORDS;
+    hash_mask = SPARE_WORDS - 1;
+    owned = true;
+    report.megabytes = 1;
+    report.large_page_status = 5;
+  }
   ClearHashTable();
   if (!keep_name) ReleaseHashTableName();
   return report;
@@ -242,6 +255,8 @@ void ReleaseHashTableName() { unlink_shared_mapping(mapping); }
 void ReleaseHashTable() { drop_table(); }
 
 bool OwnsHashTable() { return owned; }
+
+bool HashTableIsShared() { return hash_table && hash_table == mapping.base; }
 
 void ReportHashBuild(const HashBuildReport& report) {
   if (!report.ok && report.error[0]) report_text("%s", report.error);

@@ -173,6 +173,8 @@ void ReleaseHashTableName();
 void ReleaseHashTable();
 // Whether this process created the table, and so may clear it.
 bool OwnsHashTable();
+// Whether the table lies in a named mapping that other processes can join.
+bool HashTableIsShared();
 
 // Tells the large page outcome: a log line when large pages were not asked
 // for, replies otherwise.

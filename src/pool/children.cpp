@@ -253,7 +253,8 @@ HashBuildReport build_process_pool(uint32_t megabytes) {
   const int children = process_count - 1;
   const HashBuildReport hash =
       overridden_parent_id ? AttachHashTable() : BuildHashTable(megabytes, use_large_pages, children > 0);
-  if (!hash_table) {
+  // The stand-in table of our own memory cannot be joined: no children then.
+  if (!HashTableIsShared()) {
     process_count = 1;
     return hash;
   }

@@ -235,7 +235,7 @@ bool ProbePlain(uint64_t key, int32_t beta, int32_t depth, Move* hashMove, int32
 
 // Strong has only rook pawns on one file and bishops that cannot cover the
 // promotion square, the other king holds the corner, and no pawn of Strong
-// can leave its file by a capture: Strong cannot win.
+// can leave its file by taking a pawn or a minor piece: Strong cannot win.
 template <int Strong>
 bool WrongBishopCorner() {
   constexpr int Weak = Strong ^ 1;
@@ -256,7 +256,7 @@ bool WrongBishopCorner() {
   if (!(bit(int(position.kingSquare[Weak])) & box)) return false;
   Bitboard takes = 0;
   for (Bitboard b = pawns; b; b &= b - 1) takes |= PawnSources<Weak>(lowest_square(b));
-  return !(takes & position.colourBits[Weak]);
+  return !(takes & (men[PAWN_INDEX + Weak] | men[KNIGHT_INDEX + Weak] | men[BISHOP_INDEX + Weak]));
 }
 
 }  // namespace
@@ -335,7 +335,7 @@ int32_t OpenNode(int32_t alpha, int32_t beta, int32_t depth, bool inCheck, NodeR
 
   // Internal search for a move worth trying first.
   Move second = 0;
-  if (deepest < depth - (hashMove ? 10 : 2) && depth >= 4) {
+  if (deepest < depth - (hashMove ? 10 : 2)) {
     if (depth < 12) {
       if constexpr (Scout) OpenNode<Us, true>(beta - 1, beta, depth - 2, inCheck, node, 0, budget);
       else OpenNode<Us, false>(alpha, beta, depth - 2, inCheck, node, 0, budget);
@@ -437,14 +437,10 @@ int32_t OpenNode(int32_t alpha, int32_t beta, int32_t depth, bool inCheck, NodeR
     if (depth < 9 && listed && !isHash) {
       if (!(m & PV_EXCHANGE_EXEMPT) && (node->discoverMask & bit(move_from(m))) &&
           !ExchangeTest<Us>(move_to(m), position.occupied ^ bit(move_from(m)), node->discoverMask,
-                            int64_t(m & MOVE_STAKE))) {
-        tried = true;
+                            int64_t(m & MOVE_STAKE)))
         continue;
-      }
-      if (!(m & MARGIN_EXEMPT) && CountMarginTable[depth + 3][std::min(quietCount, 127)] + Gain<Us>(m) + score < bound) {
-        tried = true;
+      if (!(m & MARGIN_EXEMPT) && CountMarginTable[depth + 3][std::min(quietCount, 127)] + Gain<Us>(m) + score < bound)
         continue;
-      }
     }
     SavedState saved;
     if (!MakeLegal<Us>(m, &saved, node)) continue;
@@ -466,7 +462,7 @@ int32_t OpenNode(int32_t alpha, int32_t beta, int32_t depth, bool inCheck, NodeR
     const int32_t childBudget = (m & TOP_FIFTEEN) || inCheck ? 1 : 0;
 
     int32_t v;
-    if (isHash || childDepth < 2 || moveNumber == 1) {
+    if (isHash || childDepth < 2) {
       v = Scout ? -OpenNode<Them, true>(-beta, 1 - beta, childDepth, check, node + 1, 0, childBudget)
                 : -OpenNode<Them, false>(-beta, -alpha, childDepth, check, node + 1, isHash ? mode : 0, childBudget);
     } else {
@@ -490,14 +486,12 @@ int32_t OpenNode(int32_t alpha, int32_t beta, int32_t depth, bool inCheck, NodeR
         const int32_t hv = Value(e);
         const bool exact = IsLower(e) && IsUpper(e);
         const bool decides = exact || (Scout && ((IsLower(e) && hv >= beta) || (IsUpper(e) && hv < beta)));
-        if (!decides || !BestMove(e)) continue;
+        if (!decides) continue;
         if (!is_child && hashMove && SameMove(BestMove(e), hashMove) &&
             (!SameMove(m, hashMove) || (bestMove && !SameMove(bestMove, hashMove))))
           continue;
-        if (alpha > -MATE_RANGE && beta < MATE_RANGE && hv >= -8000 && hv <= 8000) {
-          node->currentMove = HashMoveToMove<Us>(BestMove(e));
-          return hv;
-        }
+        node->currentMove = BestMove(e) ? HashMoveToMove<Us>(BestMove(e)) : 0;
+        if (alpha > -MATE_RANGE && beta < MATE_RANGE && hv >= -8000 && hv <= 8000) return hv;
       }
     }
 
@@ -766,9 +760,11 @@ int32_t NullWindowNode(int32_t beta, int32_t depth, NodeRecord* node, uint32_t e
     if (cutNode && tried >= 7 && r) e -= 2;
     const int32_t d = depth - 2 + e;
     v = -NullWindowSearch<Them>(1 - beta, d, false, node + 1, 0, childFlags, depth - d, childBudget);
-    // A late cut in an expected cut node is confirmed one ply deeper.
-    if (v >= beta && cutNode && tried >= 7 && ply < 100 && flags < FLAG_VERIFY_LIMIT)
-      v = -NullWindowSearch<Them>(1 - beta, d + 2, false, node + 1, 0, childFlags + FLAG_VERIFY_STEP, 0, childBudget);
+    // A late cut in an expected cut node is confirmed one ply deeper, or at
+    // its own depth once a line holds enough of these.
+    if (v >= beta && cutNode && tried >= 7 && ply < 100)
+      v = -NullWindowSearch<Them>(1 - beta, flags < FLAG_VERIFY_LIMIT ? d + 2 : d, false, node + 1, 0,
+                                  childFlags + FLAG_VERIFY_STEP, 0, childBudget);
     return v;
   };
   const auto failHigh = [&](Move m, int32_t v) {
@@ -831,19 +827,17 @@ int32_t NullWindowNode(int32_t beta, int32_t depth, NodeRecord* node, uint32_t e
     if (!Deep && listed && !(m & (NOT_QUIET | MOVE_CHECK))) {
       const int32_t order = OrderField(m);
       const bool pruned = (depth < 11 && order >= 2048 && order <= 2347) ||
+                          (depth < 13 && order >= 2048 && order <= 2147) ||
                           (!(m & FRONTIER_MARGIN_EXEMPT) && quietCount > 2 * depth + 4) ||
                           (!(m & MARGIN_EXEMPT) && CountMarginTable[depth][std::min(quietCount, 127)] + Gain<Us>(m) + score < beta);
-      if (pruned) {
-        ++tried;
-        continue;
-      }
+      // A pruned move was never tried: a node that prunes them all has
+      // searched nothing.
+      if (pruned) continue;
     }
     if (listed && !isHash && depth <= exchangeDepth && !(m & EXCHANGE_EXEMPT) && !(depth > 4 && (m & MOVE_CHECK)) &&
         (node->discoverMask & bit(move_from(m))) &&
-        !ExchangeTest<Us>(move_to(m), position.occupied ^ bit(move_from(m)), node->discoverMask, int64_t(m & MOVE_STAKE))) {
-      ++tried;
+        !ExchangeTest<Us>(move_to(m), position.occupied ^ bit(move_from(m)), node->discoverMask, int64_t(m & MOVE_STAKE)))
       continue;
-    }
     SavedState saved;
     if (!MakeLegal<Us>(m, &saved, node)) continue;
     const int32_t v = searchMove(m, isHash, stage);
@@ -874,6 +868,8 @@ int32_t NullWindowNode(int32_t beta, int32_t depth, NodeRecord* node, uint32_t e
     node->currentMove = 0;
     return 0;
   }
+  // The bound is restricted only when a cut was expected: an all node that
+  // fails low did what its type said, and every node may use its result.
   StoreUpper(key, hashMove, BoundDepth(depth), StoredForm(beta - 1), cutNode);
   node->currentMove = hashMove;
   return beta - 1;
@@ -964,6 +960,7 @@ int32_t EvasionSearch(int32_t beta, int32_t depth, NodeRecord* node, uint32_t ex
     }
   }
   const Bitboard occ = position.occupied;
+  int32_t listed = 0;  // replies of the list searched so far
   for (Move* cursor = list;; ++cursor) {
     const Move m = SelectLargest(cursor);
     if (!m) break;
@@ -972,14 +969,15 @@ int32_t EvasionSearch(int32_t beta, int32_t depth, NodeRecord* node, uint32_t ex
       best = std::max(best, 0);
       continue;
     }
-    // A losing reply is left out once some reply has been searched: the
-    // node never claims a mate it has not seen.
-    if (depth < 11 && legal && !(m & EVASION_EXCHANGE_EXEMPT) &&
+    if (depth < 11 && !(m & EVASION_EXCHANGE_EXEMPT) &&
         !ExchangeTest<Us>(move_to(m), occ ^ bit(move_from(m)), ~Bitboard(0), int64_t(m & MOVE_STAKE)))
       continue;
     SavedState saved;
     if (!MakeLegal<Us>(m, &saved, node)) continue;
-    const int32_t reduction = legal == 0 || !(cutNode && depth >= 12) ? 0 : 4 + (legal >= 2 ? 2 : 0);
+    // The first reply of the list goes unreduced, whether or not a hash
+    // move came before it.
+    const int32_t reduction = !listed || !(cutNode && depth >= 12) ? 0 : 4 + (legal >= 2 ? 2 : 0);
+    ++listed;
     const int32_t v = search(m, 0, reduction);
     UnmakeMove<Us>(m, &saved);
     if (v >= beta) {
@@ -1074,8 +1072,11 @@ int32_t FrontierSearch(int32_t beta, int32_t depth, NodeRecord* node, int32_t ra
         node->currentMove = 0;
         return beta + 30 + ((score - beta - 24) >> 3);
       }
-      const Bitboard threatened = Us == WHITE ? node->whiteThreatened : node->blackThreatened;
-      if (!threatened) {
+      // The pass is tried only when no man of ours hangs: attacked and not
+      // defended.
+      const Bitboard ours = Us == WHITE ? node->whiteAttacks : node->blackAttacks;
+      const Bitboard theirs = Us == WHITE ? node->blackAttacks : node->whiteAttacks;
+      if (!(position.colourBits[Us] & theirs & ~ours)) {
         NullRecord record;
         MakeNull<Us>(&record, node);
         const int32_t v = -Quiesce<Them>(1 - beta, 0, node + 1);

@@ -63,7 +63,9 @@ inline bool ProbeCut(const HashBucket& bucket, uint64_t key, Cuts cuts, int32_t*
 
 // A search that excludes moves keys its entries apart from the plain
 // position's: the four square fields of the exclusion word pick words of
-// this table, rotated apart so that a move and its reverse differ.
+// this table. It is a table of its own: with a row of the piece keys, the
+// search that excludes a move would share its key with the position after
+// that move and a null move.
 inline constexpr std::array<uint64_t, 64> EXCLUSION_KEYS = [] {
   std::array<uint64_t, 64> t{};
   KeyStream stream{KEY_SEED ^ 0x6578636c75646564ull};
@@ -73,9 +75,8 @@ inline constexpr std::array<uint64_t, 64> EXCLUSION_KEYS = [] {
 
 inline uint64_t ExclusionKey(uint32_t exclusion) {
   if (!exclusion) return 0;
-  const auto rotate = [](uint64_t w, int n) { return w << n | w >> (64 - n); };
-  return EXCLUSION_KEYS[exclusion & 63] ^ rotate(EXCLUSION_KEYS[exclusion >> 10 & 63], 16) ^
-         rotate(EXCLUSION_KEYS[exclusion >> 16 & 63], 32) ^ rotate(EXCLUSION_KEYS[exclusion >> 26 & 63], 48);
+  return EXCLUSION_KEYS[exclusion & 63] ^ EXCLUSION_KEYS[exclusion >> 10 & 63] ^ EXCLUSION_KEYS[exclusion >> 16 & 63] ^
+         EXCLUSION_KEYS[exclusion >> 26 & 63];
 }
 
 // A value as the table keeps it: offset, and inside the 14-bit field.

@@ -19,10 +19,18 @@ using namespace HashEntry;
 constexpr int32_t NO_VALUE = -32768;  // a hash move that proved illegal was not searched
 
 // A queen can chase a king with safe checks for hundreds of plies without
-// repeating a position. Quiet checks are tried only in the first plies of
-// quiescence, and never near the end of the node stack; captures run out.
+// repeating a position, and the open-window nodes search every quiet check
+// of their lists, with no width stop: a chain of them multiplies at each
+// ply. Quiet checks are tried only in the first plies of quiescence, and no
+// quiet move near the end of the node stack. Captures and promotions run
+// out by themselves.
 constexpr int QUIET_CHECK_PLIES = 8;
-constexpr int QUIET_CHECK_PLY_LIMIT = 160;
+constexpr int QUIET_MOVE_PLY_LIMIT = 160;
+
+inline bool QuietMoveSkipped(Move m, int32_t qply, const NodeRecord* node) {
+  if (m & MOVE_VICTIM) return false;
+  return PlyIndex(node) >= QUIET_MOVE_PLY_LIMIT || (qply < -QUIET_CHECK_PLIES && !is_promotion(m));
+}
 
 // The stand-pat value of a static score at or above beta, damped past beta + 30.
 inline int32_t StandPat(int32_t score, int32_t beta) {
@@ -185,7 +193,7 @@ int32_t Quiesce(int32_t beta, int32_t qply, NodeRecord* node) {
     const Move m = SelectLargest(cursor);
     if (!m) break;
     if (m >> 63) return KING_CAPTURE_SCORE - PlyIndex(node);
-    if (!(m & MOVE_VICTIM) && (qply < -QUIET_CHECK_PLIES || PlyIndex(node) >= QUIET_CHECK_PLY_LIMIT)) continue;
+    if (QuietMoveSkipped(m, qply, node)) continue;
     if (!PassesExchange<Us>(m, mask, node)) continue;
     if (best.Raise(m, SearchReply<Us, false>(m, beta - 1, beta, qply - 1, node, m & MOVE_EN_PASSANT), beta, key))
       return best.value;
@@ -226,7 +234,7 @@ int32_t QuiescePv(int32_t alpha, int32_t beta, int32_t qply, NodeRecord* node) {
     const Move m = SelectLargest(cursor);
     if (!m) break;
     if (m >> 63) return KING_CAPTURE_SCORE - PlyIndex(node);
-    if (!(m & MOVE_VICTIM) && (qply < -QUIET_CHECK_PLIES || PlyIndex(node) >= QUIET_CHECK_PLY_LIMIT)) continue;
+    if (QuietMoveSkipped(m, qply, node)) continue;
     if (!PassesExchange<Us>(m, mask, node)) continue;
     if (raise(m, SearchReply<Us, true>(m, alpha, beta, qply - 1, node, m & MOVE_EN_PASSANT))) return best.value;
   }

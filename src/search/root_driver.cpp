@@ -184,6 +184,7 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
   constexpr int Them = Us ^ 1;
   NodeRecord* root = &node_stack[1];
   multi_pv_floor = -8190;
+  if (dwx3_invoked) SendRootMoveOrder(d);
   for (int i = 0; i < ROOT_LIST_SIZE && root_list[i].move && alpha < beta; ++i) {
     const Move m = root_list[i].move;
     current_root_move = m;
@@ -208,7 +209,8 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
       score = -(t + PvSearch<Them>(-(beta + t), -(alpha + t), childDepth, check, root + 1, first ? 3 : 0, 0));
       root_pv_search = false;
       if (display_upperbounds && i == 0 && score <= alpha && d >= 8) ShowFirstRowUpperBound(m, d, score, false, d - 2);
-      if (always_score_main_move && i == 0 && score <= alpha)
+      // The first move's exact value, whatever the window made of it.
+      if (always_score_main_move && i == 0)
         score = -(t + PvSearch<Them>(-(beta + t), 30000, childDepth, check, root + 1, first ? 3 : 0, 0));
     } else {
       score = -(t + NullWindowSearch<Them>(-(alpha + t), childDepth, check, root + 1, 0, ROOT_LATE_MOVE_FLAGS,
@@ -259,7 +261,6 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
   }
   current_root_move = 0;
   ShuffleLaterRows();
-  if (dwx3_invoked) SendRootMoveOrder(d);
   if (!slave_lines && d >= 8) {
     const uint64_t time = SearchTime(), nodes = NodeFigure();
     send_line_quiet("info depth %d time %" PRIu64 " nodes %" PRIu64 " nps %" PRIu64 " ", d / 2, time, nodes,

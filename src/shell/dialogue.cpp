@@ -135,12 +135,15 @@ void handle_slave_mode(const char* line) {
   report_text("Slave mode set to %d (had been %d).", slave_mode, before);
 }
 
+void handle_stop();
+
+// A test run asked for during a search, waiting for that search to end.
+char pending_test_run[INPUT_LINE_SIZE];
+
 // "tt [n]": three searches to a fixed depth, the first on the present
 // position. The other two texts hold no "fen", so they set up the start
 // position, as the position parser does with any such line.
-void handle_test_run(const char* line) {
-  // A search inside a search would lose the outer one's way out.
-  if (is_searching) return;
+void run_test_run(const char* line) {
   if (!configured.max_cpus) {
     max_cpus = 1;
     report_text("Max CPUs set to 1");
@@ -160,7 +163,30 @@ void handle_test_run(const char* line) {
     std::snprintf(go, sizeof(go), "go depth %d", depth);
     read_go_line(go);
     start_search();
+    // A test run asked for meanwhile has stopped this one and comes next.
+    if (pending_test_run[0]) return;
   }
+}
+
+void run_pending_test_runs() {
+  while (pending_test_run[0]) {
+    char line[INPUT_LINE_SIZE];
+    std::snprintf(line, sizeof(line), "%s", pending_test_run);
+    pending_test_run[0] = 0;
+    run_test_run(line);
+  }
+}
+
+// A search cannot run inside another, whose tree the Position stands in:
+// the running one ends as on stop, with its best move, and the test run
+// follows it.
+void handle_test_run(const char* line) {
+  if (is_searching) {
+    std::snprintf(pending_test_run, sizeof(pending_test_run), "%s", line);
+    return handle_stop();
+  }
+  run_test_run(line);
+  run_pending_test_runs();
 }
 
 void handle_stop() {
@@ -255,7 +281,9 @@ void parse_position_line(const char* line) {
 }
 
 void new_game_reset() {
-  clear_root_list();
+  // The root list holds the rows of a running search, or a result the front
+  // end is still owed: a Clear Hash in the middle of either leaves it alone.
+  if (is_idle()) clear_root_list();
   largest_clock = 0;
   ResetOrderingTables();
   ClearPawnCache();  // private to each process, so every process clears its own
@@ -290,7 +318,10 @@ void dispatch_command(char* line) {
   }
   if (starts_with(line, "play", 4) && is_idle()) return handle_play(line);
   if (starts_with(line, "tt", 2)) return handle_test_run(line);
-  if (starts_with(line, "go", 2) && is_idle()) return handle_go(line);
+  if (starts_with(line, "go", 2) && is_idle()) {
+    handle_go(line);
+    return run_pending_test_runs();
+  }
   if (starts_with(line, "setoption name", 14)) return setoption_dispatch(std::strlen(line) > 15 ? line + 15 : "");
   if (line[0] == '#') return print_silent("#%" PRIu64, NodeFigure());
 }

@@ -31,6 +31,7 @@ class Budget : public testing::Test {
   void SetUp() override {
     set_tick_source(FakeClock);
     fake_now = 100000;
+    reset_node_count();  // the node limit reads the count other tests left
     new_game_reset();
     SetPositionFromFen(START_FEN);
     time_settings = TimeSettings{};

@@ -263,9 +263,10 @@ Halves PieceTerms(const std::string& fen, int side) {
 TEST(PieceTerms, LoneBishopOnTheLongDiagonal) {
   // a1 bishop, kings h1 and h8. Outpost (45, 30); seven squares b2-h8 (the
   // king's square counts) 7 * (27, 27); all four keys c3-f6 4 * (37, 42).
-  EXPECT_EQ(PieceTerms("7k/8/8/8/8/8/8/B6K w - -", WHITE), (Halves{382, 387}));
+  // The king in check is a man attacked, loose: (30, 60) + (120, 180).
+  EXPECT_EQ(PieceTerms("7k/8/8/8/8/8/8/B6K w - -", WHITE), (Halves{532, 627}));
   // Turned over: the same for Black, negated.
-  EXPECT_EQ(PieceTerms("b6k/8/8/8/8/8/8/7K w - -", WHITE), (Halves{-382, -387}));
+  EXPECT_EQ(PieceTerms("b6k/8/8/8/8/8/8/7K w - -", WHITE), (Halves{-532, -627}));
 }
 
 TEST(PieceTerms, LoneKnightInTheCentre) {
@@ -277,24 +278,25 @@ TEST(PieceTerms, LoneKnightInTheCentre) {
 TEST(PieceTerms, RookOnAnOpenFile) {
   // a1 rook, kings g1 and g8, nothing else: twelve squares a2-a8 and b1-f1
   // (own king excluded) 12 * (17, 23); fourteen on the empty board of fixed
-  // pawns 14 * (8, 9); the open file (183, 136).
-  EXPECT_EQ(PieceTerms("6k1/8/8/8/8/8/8/R5K1 w - -", WHITE), (Halves{499, 538}));
+  // pawns 14 * (8, 9); the open file (183, 136); the rook defends its king
+  // (12, 12).
+  EXPECT_EQ(PieceTerms("6k1/8/8/8/8/8/8/R5K1 w - -", WHITE), (Halves{511, 550}));
 }
 
 TEST(PieceTerms, DoubledRooksWithoutEnemyQueen) {
   // Rooks a1 and a2, kings h1 and h8. a1: b1-g1 six squares (102, 138),
   // fixed mobility (112, 126), open file (183, 136); a2: a3-a8 and b2-h2,
-  // thirteen (221, 299), (112, 126), (183, 136). Each rook defends the other:
-  // 2 * (12, 12). No bonus for the pair, as Black has no queen.
-  EXPECT_EQ(PieceTerms("7k/8/8/8/8/8/R7/R6K w - -", WHITE), (Halves{937, 985}));
+  // thirteen (221, 299), (112, 126), (183, 136). Each rook defends the other,
+  // a1 the king: 3 * (12, 12). No bonus for the pair, as Black has no queen.
+  EXPECT_EQ(PieceTerms("7k/8/8/8/8/8/R7/R6K w - -", WHITE), (Halves{949, 997}));
 }
 
 TEST(PieceTerms, RookShutInByItsKing) {
   // Rook h1 beside the king on g1, its own pawn on h3: mobility h2 (17, 23);
   // fixed pawns h3: nine squares (72, 81); the secure pawn ahead closes the
-  // file; the shut-in rook -(339, 0). The push h4 (32, 144); pawn and rook
-  // are defended and nothing cheaper attacks them: 2 * (12, 12).
-  EXPECT_EQ(PieceTerms("6k1/8/8/8/8/7P/8/6KR w - -", WHITE), (Halves{-194, 272}));
+  // file; the shut-in rook -(339, 0). The push h4 (32, 144); pawn, rook and
+  // king are defended and nothing cheaper attacks them: 3 * (12, 12).
+  EXPECT_EQ(PieceTerms("6k1/8/8/8/8/7P/8/6KR w - -", WHITE), (Halves{-182, 284}));
 }
 
 TEST(PieceTerms, PawnForkOfTwoKnights) {
@@ -317,8 +319,9 @@ TEST(PieceTerms, QueenSwitchesOnKingSafety) {
   // a1 queen against the king on a8: its attacks reach a7 of the king's
   // neighbourhood, the counter goes 32 + 17 = 49, worth (39, 29). Nineteen
   // squares of mobility 19 * (27, 29). Both shelters are 1150 + 190 + 40 and
-  // cancel.
-  EXPECT_EQ(PieceTerms("k7/8/8/8/8/8/8/Q5K1 w - -", WHITE), (Halves{552, 580}));
+  // cancel. The queen defends her king (12, 12) and checks the loose black
+  // king (30, 60) + (120, 180).
+  EXPECT_EQ(PieceTerms("k7/8/8/8/8/8/8/Q5K1 w - -", WHITE), (Halves{714, 832}));
 }
 
 TEST(PieceTerms, KnightAgainstTheKingWithAQueenOn) {
@@ -340,10 +343,11 @@ TEST(PassedPawnTerms, RaceOfAnEscortedPawn) {
   // h6 with its king on g7, black king e8: an escorted runner on rank index 5.
   // Dynamic terms on rank 6: clear of own (28, 71), of enemy (96, 207), next
   // square empty (33, 66), path safe (81, 176). The push to h7 (32, 144); the
-  // pawn defended by its king and attacked by nothing cheaper (12, 12); one
-  // pawn more (20, 90). The race: 5 * 500, one step less with Black to move.
-  EXPECT_EQ(PieceTerms("4k3/6K1/7P/8/8/8/8/8 w - -", WHITE), (Halves{302, 766 + 2500}));
-  EXPECT_EQ(PieceTerms("4k3/6K1/7P/8/8/8/8/8 b - -", BLACK), (Halves{302, 766 + 2000}));
+  // pawn defended by its king, and the king by its pawn, neither attacked by
+  // anything cheaper 2 * (12, 12); one pawn more (20, 90). The race: 5 * 500,
+  // one step less with Black to move.
+  EXPECT_EQ(PieceTerms("4k3/6K1/7P/8/8/8/8/8 w - -", WHITE), (Halves{314, 778 + 2500}));
+  EXPECT_EQ(PieceTerms("4k3/6K1/7P/8/8/8/8/8 b - -", BLACK), (Halves{314, 778 + 2000}));
 }
 
 TEST(PassedPawnTerms, RankThreeHasNoDynamicTermsAndKingsStopPawns) {

@@ -196,6 +196,26 @@ INSTANTIATE_TEST_SUITE_P(Positions, StopDialogue,
                                            StopCase{"AfterCastlingBothWays", {kManyMoves, {"e1c1", "e8g8"}}}),
                          [](const ::testing::TestParamInfo<StopCase>& info) { return std::string(info.param.name); });
 
+// Clear Hash may come at any time; in the middle of a search it empties the
+// table but leaves the search its root moves, so stop still names one.
+TEST(GoInfiniteDialogue, ClearHashKeepsTheRootMovesOfTheRunningSearch) {
+  EngineProcess engine;
+  ASSERT_TRUE(engine.started()) << engine.start_error();
+  const GamePosition game{"", {"e2e4"}};
+  ASSERT_TRUE(engine.send(game.Line() + "go infinite\n"));
+  ASSERT_TRUE(AwaitDepth(engine, 8));
+  ASSERT_TRUE(engine.send("setoption name Clear Hash\n"));
+  ASSERT_TRUE(AwaitDepth(engine, 10));
+  ASSERT_TRUE(engine.send("stop\n"));
+  Answer answer;
+  ASSERT_TRUE(ReadAnswer(engine, kReplyMs, &answer));
+  EXPECT_TRUE(LegalAnswer(game.Board(), answer));
+  const std::vector<std::string> score = LastScoreLine(answer);
+  ASSERT_FALSE(score.empty()) << "no score line";
+  EXPECT_EQ(PvFirst(score), answer.best);
+  ExpectNothingMore(engine);
+}
+
 TEST(GoInfiniteDialogue, QuitEndsTheSearchAndTheProcessWithStatusZero) {
   EngineProcess engine;
   ASSERT_TRUE(engine.started()) << engine.start_error();
