@@ -11,3 +11,8 @@ void send_to_children(const char* format, ...) QUORL_PRINTF(1, 2);
 constexpr int MAX_CHILD_PIPES = 2048;
 extern int child_pipes[MAX_CHILD_PIPES];
 extern int child_pipe_count;
+
+// A process's last step out of the pool: a ChildProcess marks its status
+// slot finished (2) and unmaps the SyncArea. Without a SyncArea there is
+// nothing to mark.
+void leave_pool();
