@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "board/position.h"
+#include "report/html_log.h"
 #include "report/output.h"
 #include "shell/dialogue.h"
 
@@ -132,10 +133,10 @@ void clock_text(int32_t seconds, char* buffer, size_t size) {
     std::snprintf(buffer, size, "     :%02d", seconds);
 }
 
-// A square named by two characters; anything that is no square reads as a1.
+// Anything that is no square reads as a1, as does an empty last move.
 int square_of(const char* text) {
-  const int file = text[0] - 'a', rank = text[0] ? text[1] - '1' : -1;
-  return file >= 0 && file < 8 && rank >= 0 && rank < 8 ? rank * 8 + file : 0;
+  const int square = square_named(text);
+  return square < 0 ? 0 : square;
 }
 
 struct LastMove {

@@ -73,11 +73,6 @@ bool pinned(const NotationBoard& board, int square, int colour) {
          (BishopAttacks(king_square, occupied) & (pieces_of(board, BISHOP, colour ^ 1) | queens));
 }
 
-int square_named(const char* text) {
-  const int file = text[0] - 'a', rank = text[1] - '1';
-  return file >= 0 && file < 8 && rank >= 0 && rank < 8 ? rank * 8 + file : -1;
-}
-
 void append(char* text, size_t size, const char* format, const char* piece) {
   const size_t used = std::strlen(text);
   if (used < size) std::snprintf(text + used, size - used, format, piece);
@@ -171,6 +166,11 @@ void material_figurines(char* text, size_t size) {
 }
 
 }  // namespace
+
+int square_named(const char* text) {
+  const int file = text[0] - 'a', rank = text[0] ? text[1] - '1' : -1;
+  return file >= 0 && file < 8 && rank >= 0 && rank < 8 ? rank * 8 + file : -1;
+}
 
 void write_html_head() {
   if (!html_log) return;

@@ -21,6 +21,8 @@ struct NotationBoard {
   int side;          // to move
 };
 void load_notation_board(NotationBoard* board);  // from the game Position
+// The square of a name such as "e4"; -1 when the text names none.
+int square_named(const char* text);
 // Appends the figurine text of a move given in coordinates and plays it on
 // the board. False, and nothing appended, when no piece of the side to move
 // stands on its from square.
