@@ -43,7 +43,7 @@ void read_cpuinfo(MachineDescription* machine) {
 }
 
 const char* architecture_of(const char* machine) {
-  if (!std::strcmp(machine, "x86_64") || !std::strcmp(machine, "aarch64")) return "x64";
+  if (!std::strcmp(machine, "x86_64")) return "x64";
   if (!std::strcmp(machine, "ia64")) return "ia64";
   if (machine[0] == 'i' && !std::strcmp(machine + 2, "86")) return "x86";
   return "??";
