@@ -16,6 +16,8 @@
 #include "pool/children.h"
 #include "pool/sync_area.h"
 #include "tablebase/tablebase_settings.h"
+#include "report/diagram.h"
+#include "report/html_log.h"
 #include "report/output.h"
 #include "report/search_lines.h"
 #include "search/root_driver.h"
@@ -166,6 +168,7 @@ void read_go_line(char* line) {
   char* word = strtok_r(line, " \t", &save);
   goe_mode = word && std::strcmp(word, "goe") == 0;
   int64_t ownTime = 0, increment = 0, movesToGo = 0;
+  int32_t clocks[2] = {0, 0};  // for the diagram, ms
   int searchMoves = 0;
   const bool white = sideToMove == WHITE;
   while ((word = strtok_r(nullptr, " \t", &save))) {
@@ -173,10 +176,10 @@ void read_go_line(char* line) {
     if (white && !std::strcmp(word, "winc")) increment = number(value()), contempt = 15;
     else if (!white && !std::strcmp(word, "binc")) increment = number(value()), contempt = -15;
     else if (!std::strcmp(word, "wtime")) {
-      const int32_t v = number(value());
+      const int32_t v = clocks[WHITE] = number(value());
       if (white) ownTime = v, contempt = 15;
     } else if (!std::strcmp(word, "btime")) {
-      const int32_t v = number(value());
+      const int32_t v = clocks[BLACK] = number(value());
       if (!white) ownTime = v, contempt = -15;
     } else if (!std::strcmp(word, "minscore")) min_score = number(value());
     else if (!std::strcmp(word, "depth")) {
@@ -210,6 +213,7 @@ void read_go_line(char* line) {
       search_moves[searchMoves] = 0;
     }
   }
+  write_ascii_diagram(uci_log, white, clocks[WHITE] / 1000, clocks[BLACK] / 1000, &uci_log_lines);
   compute_budget(ownTime, increment, movesToGo);
 }
 
@@ -260,11 +264,14 @@ void start_search() {
     return;
   }
   prepare_search();
+  write_html_diagram(nullptr);
+  begin_html_rows();
   if (sideToMove == WHITE) RootDriver<WHITE>();
   else RootDriver<BLACK>();
 
   is_searching = false;
   if (root_list[0].move && root_list[0].depth > 0 && root_list[0].score > min_score) SendRootLine(0, true);
+  end_html_rows();
   if (wait_for_gui) log_line("ponder/infinite search finished, waiting for GUI");
   else end_of_search();
 }

@@ -9,9 +9,13 @@
 
 #include <ctime>
 
+#include "hash/table.h"
 #include "platform/clock.h"
 #include "pool/children.h"
+#include "report/html_log.h"
+#include "report/uci_log.h"
 #include "shell/identity.h"
+#include "tablebase/tablebase_settings.h"
 
 bool is_child = false;
 bool goe_mode = false;
@@ -24,6 +28,7 @@ FILE* html_log = nullptr;
 bool log_skip_fluff = true;
 char log_directory[LOG_PATH_SIZE] = "";
 char uci_log_name[LOG_PATH_SIZE + 512] = "";
+int32_t uci_log_lines = 0;
 
 namespace {
 
@@ -67,6 +72,7 @@ void write_log(const char* text) {
   else
     std::fprintf(uci_log, "%6d  %s\n", int(seconds), line);
   last_seconds = seconds;
+  ++uci_log_lines;
   std::fflush(uci_log);
 }
 
@@ -123,6 +129,8 @@ bool open_uci_log() {
   }
   uci_log = std::fopen(uci_log_name, "w");
   uci_log_start_tick = tick_ms();
+  uci_log_lines = 0;
+  write_uci_log_head();
   return uci_log != nullptr;
 }
 
@@ -135,17 +143,25 @@ bool open_html_log() {
     if (name_is_free(name)) break;
   }
   html_log = std::fopen(name, "w");
+  write_html_head();
   return html_log != nullptr;
 }
+
+namespace {
+
+void close_html_log() {
+  if (!html_log) return;
+  write_html_tail();
+  std::fclose(html_log);
+  html_log = nullptr;
+}
+
+}  // namespace
 
 void close_logs() {
   if (uci_log) std::fclose(uci_log);
   uci_log = nullptr;
-  if (html_log) {
-    std::fputs("\n</BODY></HTML>\n", html_log);
-    std::fclose(html_log);
-  }
-  html_log = nullptr;
+  close_html_log();
 }
 
 #define FORMAT_ARGS(buffer)            \
@@ -233,9 +249,15 @@ void send_progress_line(const char* format, ...) {
   write_stdout(text);
 }
 
+// Quit, a broken input and every fatal start-up failure all leave here, in
+// this order, and with status 0.
 void fatal_exit(const char* format, ...) {
   FORMAT_ARGS(reason);
   log_line("Exiting Quorl, reason : %s.", reason);
+  unload_probe_library();
+  // The exit note stays empty, so no last word goes to exit.log.
+  close_html_log();
   release_process_pool();
+  // The uci log closes with the runtime at exit.
   std::exit(0);
 }

@@ -23,6 +23,7 @@ extern bool log_skip_fluff;            // the per-iteration progress lines stay 
 constexpr size_t LOG_PATH_SIZE = 1024;
 extern char log_directory[LOG_PATH_SIZE];  // empty: the working directory; else ends in a separator
 extern char uci_log_name[LOG_PATH_SIZE + 512];   // the name the uci log was opened under, or tried
+extern int32_t uci_log_lines;                     // lines written since it opened, for the page fill
 
 // Open the logs under the first free name in the log directory. False when
 // the file could not be created.

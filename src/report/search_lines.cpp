@@ -9,6 +9,7 @@
 #include "clock/node_count.h"
 #include "hash/table.h"
 #include "platform/clock.h"
+#include "report/html_log.h"
 #include "report/output.h"
 #include "search/node_support.h"
 #include "search/root_list.h"
@@ -112,6 +113,7 @@ void SendRootLine(int index, bool final) {
   const char* format = "info%s depth %d score %s%s time %" PRIu64 " nodes %" PRIu64 " nps %" PRIu64 " %spv %s";
   if (fresh) send_line(format, multi, row.depth / 2, score, bound, time, nodes, nps, hits, row.pv);
   else send_line_quiet(format, multi, row.depth / 2, score, bound, time, nodes, nps, hits, row.pv);
+  if (!final) html_root_report(row, index == 0);
 }
 
 void SendRootLines(int32_t minDepth) {

@@ -17,6 +17,7 @@
 #include "hash/table.h"
 #include "platform/input.h"
 #include "pool/children.h"
+#include "report/html_log.h"
 #include "report/search_lines.h"
 #include "report/output.h"
 #include "search/ordering_tables.h"
@@ -37,6 +38,8 @@ bool dwx3_invoked = false;
 int32_t slave_mode = 0;
 char position_line[POSITION_LINE_SIZE];
 char last_move_text[8];
+int32_t position_move_count = 0;
+bool last_position_move_captured = false;
 
 namespace {
 
@@ -263,11 +266,17 @@ void parse_position_line(const char* line) {
     const char* fen_text = std::strlen(fen) >= 4 ? fen + 4 : "";
     SetPositionFromFen(fen_text);
   }
+  position_move_count = 0;
+  last_position_move_captured = false;
+  reset_notation_lines();
   if (move_list) {
     const char* p = move_list;
     while (*p == ' ') ++p;
     while (*p) {
-      ApplyGameMove(TextToMove(p, true));
+      const Move move = TextToMove(p, true);
+      last_position_move_captured = move && position.board[move_to(move)];
+      note_position_move(p, std::strlen(p), position_move_count++);
+      ApplyGameMove(move);
       // Words are read five characters apart; a text that ends within them
       // ends the list.
       bool ended = false;

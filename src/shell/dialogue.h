@@ -20,6 +20,8 @@ extern int32_t slave_mode; // a controller's level for its slave searches
 constexpr size_t POSITION_LINE_SIZE = 32768;
 extern char position_line[POSITION_LINE_SIZE];  // source of the Position after a long jump
 extern char last_move_text[8];
+extern int32_t position_move_count;        // moves in the last position line
+extern bool last_position_move_captured;  // its last move took a man
 
 constexpr size_t INPUT_LINE_SIZE = 8192;
 

@@ -335,6 +335,16 @@ void print_millipawn_lines() {
 
 }  // namespace
 
+MillipawnSetting millipawn_setting(int index) {
+  const MillipawnOption& option = MILLIPAWN_OPTIONS[index];
+  // The pieces are "adjustments"; the other four keep their names, with the
+  // word penalty in lower case.
+  static char logged[80];
+  std::snprintf(logged, sizeof(logged), "%s%s", option.listed, index < 12 ? " adjustment" : "");
+  if (char* penalty = std::strstr(logged, "Penalty")) *penalty = 'p';
+  return {logged, *option.value};
+}
+
 void system_line(char* buffer, int size) {
   double mhz = 0;
   char name[256] = "";

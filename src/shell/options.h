@@ -19,6 +19,7 @@ struct ConfiguredOptions {
   bool nalimov_path = false;
   bool nalimov_cache = false;
   bool nalimov_probe_frequency = false;
+  bool log_analysis = false;
 };
 extern ConfiguredOptions configured;
 extern bool config_file_read;  // a configuration file was found and read
@@ -35,3 +36,12 @@ void setoption_dispatch(const char* text);
 
 // The one line that describes the machine and the engine's state.
 void system_line(char* buffer, int size);
+
+// The sixteen millipawn adjustments in listing order, each with the name the
+// uci log's head gives it.
+constexpr int MILLIPAWN_SETTINGS = 16;
+struct MillipawnSetting {
+  const char* logged;
+  int32_t value;
+};
+MillipawnSetting millipawn_setting(int index);

@@ -10,8 +10,10 @@
 #include "platform/system.h"
 #include "pool/children.h"
 #include "report/output.h"
+#include "shell/config_file.h"
 #include "shell/dialogue.h"
 #include "shell/identity.h"
+#include "shell/options.h"
 
 void start_up(int argc, char** argv) {
   char command_line[4096];
@@ -33,12 +35,20 @@ void start_up(int argc, char** argv) {
     fatal_exit("Program path not found in the arguments");
   }
 
+  // The site's settings come before the logs, so that they hold from the
+  // log's first line.
+  log_directory[0] = 0;
+  read_config_file();
+  if (configured.log_uci && configured_log_uci_value) open_uci_log();
+  if (configured.log_html && configured_log_html_value) open_html_log();
+
   // A MainProcess is a pool of one until the pool is built.
   if (!is_child) process_count = 1;
   uint32_t rounded_hash = round_hash_size(start_hash_megabytes);
   platform_start();
   input_is_pipe = !input_is_terminal();
-  hash_megabytes = rounded_hash;
+  // A configured size is used as it stands: the site answers for it.
+  hash_megabytes = configured.hash_size ? configured_hash_megabytes : rounded_hash;
 
   // The table and the pool: a MainProcess creates the table (or joins a
   // controller's) and starts its children, and reads nothing before they
