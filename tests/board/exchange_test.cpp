@@ -558,94 +558,45 @@ void ExpectBlock(const BlockInputs& in, uint64_t expected) {
   EXPECT_EQ(BlockWhite(in), expected) << "mirror of " << in.fen;
 }
 
-TEST(BlockScan, CheckFromNextToTheKingCannotBeBlocked) {
-  // The queen on e2 could be taken by the knight; still 0.
-  ExpectBlock({"k7/8/8/8/8/2N5/4q3/4K3 b - -", "e2"}, 0);
-  ExpectBlock({"k7/8/8/8/8/2N5/4q3/4K3 b - -", "e2", ALL, ALL, ALL, ALL, ALL, ALL, ALL}, 0);
-}
-
-TEST(BlockScan, NobodyToBlockGivesZero) {
-  ExpectBlock({"k7/8/6b1/8/8/3K4/8/8 b - -", "g6"}, 0);
-  ExpectBlock({"k7/8/6b1/8/8/3K4/4P3/8 b - -", "g6", 0, 0}, 0);
-}
-
-TEST(BlockScan, PawnOntoAFreeSquareBesideTheKingSurelyBlocks) {
-  // Bishop g6 checks the king on d3; e2-e4 lands next to the king on a
-  // square nothing else of ours covers.
-  ExpectBlock({"k7/8/6b1/8/8/3K4/4P3/8 b - -", "g6"}, 256);
-  // Covered by us, the push is just recorded; a marked pusher gives flag 1.
-  ExpectBlock({"k7/8/6b1/8/8/3K4/4P3/8 b - -", "g6", Bits({"e4", "f5"})}, 0);
-  ExpectBlock({"k7/8/6b1/8/8/3K4/4P3/8 b - -", "g6", Bits({"e4", "f5"}), ALL, Bits({"e2"})}, 1);
-  // A pawn that cannot push twice past a man in the way is no pusher.
-  ExpectBlock({"k7/8/6b1/8/8/3KN3/4P3/8 b - -", "g6", 0, Bits({"e2"})}, 0);
-}
-
-TEST(BlockScan, ABlockDefendedByAPawnIsGood) {
-  // Rook e8 checks the king on e1. Ne3 blocks on a square we cover, and the
-  // pawn on d2 takes back there.
-  BlockInputs in{"k3r3/8/8/8/8/8/2NP4/4K3 b - -", "e8"};
-  in.guarded = Bits({"e2", "e3", "e4", "e5", "e6", "e7"});
-  in.exposed = ALL;
-  ExpectBlock(in, 64);
-  // With no exposed squares the pawn reaches a square another man reached.
-  in.exposed = 0;
-  ExpectBlock(in, 64 | 128);
-  // A knight that is itself a weak target makes the backed-up block a poor one.
-  in.exposed = ALL;
-  in.weakTargets = Bits({"c2"});
-  ExpectBlock(in, 1);
-  in.weakTargets = 0;
-  // The knight alone blocks only to lose the knight.
-  in.fen = "k3r3/8/8/8/8/8/2N5/4K3 b - -";
-  in.exposed = ALL;
-  ExpectBlock(in, 0);
-}
-
-TEST(BlockScan, TwoMenOnAnUncoveredSquareSurelyBlock) {
-  // Bishop h8 checks the king on a1. c2-c3 and Ne2-c3 meet on a square we
-  // do not cover.
-  BlockInputs in{"k6b/8/8/8/8/8/2P1N3/K7 b - -", "h8"};
-  ExpectBlock(in, 256);
-  // Once we cover the whole line, the knight's square is taken off the
-  // block set and only backs the push up.
-  in.guarded = Bits({"b2", "c3", "d4", "e5", "f6", "g7"});
-  ExpectBlock(in, 64 | 128);
-  in.defended = ALL;
-  ExpectBlock(in, 64);
-}
-
-TEST(BlockScan, SecondManOnACoveredSquareBesideTheKing) {
-  // Knights on d1 and d3 both reach b2, next to the king and covered by us.
-  BlockInputs in{"k6b/8/8/8/8/3N4/8/K2N4 b - -", "h8"};
-  in.guarded = Bits({"b2", "c3", "d4", "e5", "f6", "g7"});
-  in.exposed = ALL;
-  ExpectBlock(in, 16 | 4 | 1);
-  // With every square loose the first knight adds nothing weak.
-  in.loose = ALL;
-  ExpectBlock(in, 16 | 2 | 1);
-  // A marked knight adds flag 1 and nothing else.
-  in.marked = Bits({"d1"});
-  ExpectBlock(in, 16 | 2 | 1);
-}
-
-TEST(BlockScan, PawnTakingBackOnAnUncoveredBlockSquare) {
-  // Bishop h8 checks a1; d2-d4 is a push onto the line, the knight on d1
-  // reaches b2 and c3, and the pawn on d2 covers c3, which we do not guard.
-  BlockInputs in{"k6b/8/8/8/8/8/3P4/K2N4 b - -", "h8"};
-  in.guarded = Bits({"b2", "d4", "e5", "f6", "g7"});
-  in.weakTargets = Bits({"d1"});
-  in.defended = ALL;
-  in.exposed = ALL;
-  ExpectBlock(in, 8 | 1);
-}
-
-TEST(BlockScan, TheManTakenOnTheCheckSquareIsGone) {
-  // Ra4xe4+ against the king on e1: the white rook still stands on e4 in the
-  // board, but it has been taken and cannot come back to e3 or e2.
-  BlockInputs in{"k7/8/8/8/r3R3/8/2N5/4K3 b - -", "e4"};
-  in.guarded = Bits({"e2", "e3"});
-  in.vacated = "a4";
-  ExpectBlock(in, 0);
+// Black checks the white king from `square`; the flags name how White's men
+// can block: 256 sure, 64 backed up by a pawn, 128 a square another man
+// reached, 16/8/4/2 the weaker forms, 1 a marked or weak man took part.
+TEST(BlockScan, HandPositionsInBothColourCopies) {
+  const Bitboard bishopLine = Bits({"b2", "c3", "d4", "e5", "f6", "g7"});
+  const std::pair<BlockInputs, uint64_t> cases[] = {
+      // A check from next to the king cannot be blocked, whatever the sets.
+      {{.fen = "k7/8/8/8/8/2N5/4q3/4K3 b - -", .square = "e2"}, 0},
+      {{"k7/8/8/8/8/2N5/4q3/4K3 b - -", "e2", ALL, ALL, ALL, ALL, ALL, ALL, ALL}, 0},
+      // Nobody to block, or no movers.
+      {{.fen = "k7/8/6b1/8/8/3K4/8/8 b - -", .square = "g6"}, 0},
+      {{.fen = "k7/8/6b1/8/8/3K4/4P3/8 b - -", .square = "g6", .movers = 0}, 0},
+      // e2-e4 lands next to the king on a square nothing else covers; covered
+      // by us it is only recorded, a marked pusher gives flag 1; a pawn that
+      // cannot push twice past a man is no pusher.
+      {{.fen = "k7/8/6b1/8/8/3K4/4P3/8 b - -", .square = "g6"}, 256},
+      {{.fen = "k7/8/6b1/8/8/3K4/4P3/8 b - -", .square = "g6", .guarded = Bits({"e4", "f5"})}, 0},
+      {{.fen = "k7/8/6b1/8/8/3K4/4P3/8 b - -", .square = "g6", .guarded = Bits({"e4", "f5"}), .marked = Bits({"e2"})}, 1},
+      {{.fen = "k7/8/6b1/8/8/3KN3/4P3/8 b - -", .square = "g6", .movers = Bits({"e2"})}, 0},
+      // Ne3 blocks on a square we cover and d2 takes back there.
+      {{.fen = "k3r3/8/8/8/8/8/2NP4/4K3 b - -", .square = "e8", .guarded = Bits({"e2", "e3", "e4", "e5", "e6", "e7"}), .exposed = ALL}, 64},
+      {{.fen = "k3r3/8/8/8/8/8/2NP4/4K3 b - -", .square = "e8", .guarded = Bits({"e2", "e3", "e4", "e5", "e6", "e7"})}, 64 | 128},
+      {{.fen = "k3r3/8/8/8/8/8/2NP4/4K3 b - -", .square = "e8", .guarded = Bits({"e2", "e3", "e4", "e5", "e6", "e7"}), .weakTargets = Bits({"c2"}), .exposed = ALL}, 1},
+      {{.fen = "k3r3/8/8/8/8/8/2N5/4K3 b - -", .square = "e8", .guarded = Bits({"e2", "e3", "e4", "e5", "e6", "e7"}), .exposed = ALL}, 0},
+      // c2-c3 and Ne2-c3 meet on a square we do not cover; once we cover the
+      // line the knight only backs the push up.
+      {{.fen = "k6b/8/8/8/8/8/2P1N3/K7 b - -", .square = "h8"}, 256},
+      {{.fen = "k6b/8/8/8/8/8/2P1N3/K7 b - -", .square = "h8", .guarded = bishopLine}, 64 | 128},
+      {{.fen = "k6b/8/8/8/8/8/2P1N3/K7 b - -", .square = "h8", .guarded = bishopLine, .defended = ALL}, 64},
+      // Two knights reach b2, next to the king and covered by us.
+      {{.fen = "k6b/8/8/8/8/3N4/8/K2N4 b - -", .square = "h8", .guarded = bishopLine, .exposed = ALL}, 16 | 4 | 1},
+      {{.fen = "k6b/8/8/8/8/3N4/8/K2N4 b - -", .square = "h8", .guarded = bishopLine, .loose = ALL, .exposed = ALL}, 16 | 2 | 1},
+      {{.fen = "k6b/8/8/8/8/3N4/8/K2N4 b - -", .square = "h8", .guarded = bishopLine, .marked = Bits({"d1"}), .loose = ALL, .exposed = ALL}, 16 | 2 | 1},
+      // A pawn takes back on an uncovered block square.
+      {{.fen = "k6b/8/8/8/8/8/3P4/K2N4 b - -", .square = "h8", .guarded = Bits({"b2", "d4", "e5", "f6", "g7"}), .weakTargets = Bits({"d1"}), .defended = ALL, .exposed = ALL}, 8 | 1},
+      // The man taken on the check square is gone and cannot come back.
+      {{.fen = "k7/8/8/8/r3R3/8/2N5/4K3 b - -", .square = "e4", .guarded = Bits({"e2", "e3"}), .vacated = "a4"}, 0},
+  };
+  for (const auto& [in, expected] : cases) ExpectBlock(in, expected);
 }
 
 TEST(BlockScan, RandomInputsMirrorAndNeedMovers) {
