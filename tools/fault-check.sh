@@ -24,10 +24,11 @@ mkdir -p "$tree"
 for d in "$tree"/*; do [ "$d" = "$tree/build" ] || rm -rf "$d"; done
 (cd "$root" && git ls-files -co --exclude-standard | while IFS= read -r f; do [ -e "$f" ] && echo "$f"; done) |
   tar -C "$root" -cf - -T - | tar -C "$tree" -xf - || exit 2
-# A run cut short while a fault was in leaves objects built from it behind
-# sources that look older: have those files rebuilt.
-[ -f "$work/applied" ] && (cd "$tree" && xargs -r touch <"$work/applied")
-rm -f "$work/applied"
+# The copy gives every file its time in the worktree back, so objects built
+# while a fault was in would look newer than their sources: every file a
+# fault ever touched is rebuilt.
+[ -f "$work/patched" ] && (cd "$tree" && xargs -r touch <"$work/patched")
+rm -f "$work/patched"
 cmake -S "$tree" -B "$tree/build" -DCMAKE_BUILD_TYPE=Release >/dev/null || exit 2
 
 # Builds and runs the suite ("short" or "all"); prints the failing tests, one
@@ -56,9 +57,8 @@ for patch in "${patches[@]}"; do
   name=$(basename "$patch" .patch)
   suite=$(sed -n 's/^Suite: *//p' "$patch" | head -1)
   [ -n "$suite" ] || suite=all
-  sed -n 's|^+++ b/||p' "$patch" >"$work/applied"
+  sed -n 's|^+++ b/||p' "$patch" >>"$work/patched"
   if ! (cd "$tree" && git apply "$patch" 2>/dev/null); then
-    rm -f "$work/applied"
     printf '%-32s %-6s %-10s\n' "$name" "$suite" "NO APPLY"
     escaped=1
     continue
@@ -66,7 +66,6 @@ for patch in "${patches[@]}"; do
   failing=$(run_suite "$suite")
   status=$?
   (cd "$tree" && git apply -R "$patch")
-  rm -f "$work/applied"
   case $status in
     0) result="ESCAPED"; escaped=1 ;;
     1) result="caught" ;;

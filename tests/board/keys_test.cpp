@@ -106,51 +106,6 @@ TEST(KeyTables, CastlingKeysAreLinear) {
   EXPECT_EQ(distinct.size(), 16u);
 }
 
-TEST(KeyTables, FreeWordsAreDistinctAndMixed) {
-  std::set<uint64_t> words;
-  int ones[64] = {};
-  for (const auto& row : PIECE_KEYS)
-    for (uint64_t w : row) {
-      words.insert(w);
-      for (int b = 0; b < 64; ++b) ones[b] += (w >> b) & 1;
-    }
-  for (uint64_t w : EP_KEYS) words.insert(w);
-  words.insert(SIDE_KEY);
-  for (int r : {1, 2, 4, 8}) words.insert(CASTLING_KEYS[r]);
-  for (uint64_t w : {WHITE_BISHOP_DARK_KEY, WHITE_BISHOP_LIGHT_KEY, BLACK_BISHOP_DARK_KEY,
-                     BLACK_BISHOP_LIGHT_KEY})
-    words.insert(w);
-  EXPECT_EQ(words.size(), 768u + 8 + 1 + 4 + 4);
-  EXPECT_EQ(words.count(0), 0u);
-  // Every bit is set in about half of the piece words (binomial 768, 1/2:
-  // the bounds are more than seven standard deviations out).
-  for (int b = 0; b < 64; ++b) {
-    EXPECT_GT(ones[b], 284) << b;
-    EXPECT_LT(ones[b], 484) << b;
-  }
-}
-
-TEST(KeyTables, CastlingRookWordsAreTheRookMoves) {
-  // The constant is what moving the rook does to the key of a real position.
-  struct Case {
-    const char* before;
-    const char* after;
-    uint64_t constant;
-  };
-  const Case cases[] = {
-      {"4k3/8/8/8/8/8/8/4K2R w - - 0 1", "4k3/8/8/8/8/8/8/4KR2 w - - 0 1", WHITE_SHORT_ROOK_KEY},
-      {"4k3/8/8/8/8/8/8/R3K3 w - - 0 1", "4k3/8/8/8/8/8/8/3RK3 w - - 0 1", WHITE_LONG_ROOK_KEY},
-      {"4k2r/8/8/8/8/8/8/4K3 w - - 0 1", "4kr2/8/8/8/8/8/8/4K3 w - - 0 1", BLACK_SHORT_ROOK_KEY},
-      {"r3k3/8/8/8/8/8/8/4K3 w - - 0 1", "3rk3/8/8/8/8/8/8/4K3 w - - 0 1", BLACK_LONG_ROOK_KEY},
-  };
-  for (const Case& c : cases) {
-    auto before = RecordOf(FromFen(c.before));
-    auto after = RecordOf(FromFen(c.after));
-    EXPECT_EQ(PositionKey(before.get(), WHITE) ^ PositionKey(after.get(), WHITE), c.constant)
-        << c.before;
-  }
-}
-
 // --- Position key ------------------------------------------------------------
 
 TEST(KeyPosition, SideKeyOnlyForWhiteToMove) {

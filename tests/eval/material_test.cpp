@@ -265,85 +265,71 @@ RookEndingMen Men_(Bitboard whitePawns, Bitboard blackPawns, Bitboard passed, co
   return men;
 }
 
-TEST(MaterialRookEnding, ScalingZeroLeavesOnlyThePenalty) {
+TEST(MaterialRookEnding, ScalingAndPenaltyForTheEnginesSide) {
   const RookEndingMen men = Men_(Bit("a2"), Bit("h7"), 0, "a1", "h8", Bit("e1") | Bit("e8"));
   const uint64_t sig = RookEachSignature(1, 1);
-  EXPECT_EQ(RookEndingCorrection(345, sig, men, 0, 0, 1), 0);
-  EXPECT_EQ(RookEndingCorrection(345, sig, men, 0, 500, 1), -50);
-  EXPECT_EQ(RookEndingCorrection(345, sig, men, 0, 500, -1), 50);
-  EXPECT_EQ(RookEndingCorrection(345, sig, men, 100, 0, 1), 345);
-  EXPECT_EQ(RookEndingCorrection(345, sig, men, 50, 0, 1), 172);
-  EXPECT_EQ(RookEndingCorrection(-345, sig, men, 50, 0, 1), -172);
-  EXPECT_EQ(RookEndingCorrection(0, sig, men, 100, 1009, 1), -100);  // -(1009) / 10 truncates
-}
-
-TEST(MaterialRookEnding, AnyOtherPieceTurnsItOff) {
-  const RookEndingMen men = Men_(Bit("e6"), 0, Bit("e6"), "e8", "e1", Bit("a1") | Bit("h8"));
+  const struct {
+    int score, scaling, penalty, sign, expected;
+  } cases[] = {
+      {345, 0, 0, 1, 0},     {345, 0, 500, 1, -50},   {345, 0, 500, -1, 50},     {345, 100, 0, 1, 345},
+      {345, 50, 0, 1, 172},  {-345, 50, 0, 1, -172},  {0, 100, 1009, 1, -100},  // -(1009) / 10 truncates
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(RookEndingCorrection(c.score, sig, men, c.scaling, c.penalty, c.sign), c.expected)
+        << c.score << " " << c.scaling << " " << c.penalty << " " << c.sign;
+  // Any other piece, or a second rook, turns it off.
   Material m;
-  m.white = {1, 0, 1, 1};  // a knight beside the rook
+  m.white = {1, 0, 1, 1};
   m.black = R();
   EXPECT_EQ(RookEndingCorrection(345, Signature(m), men, 0, 500, 1), 345);
   m.white = R(1);
   m.whiteQueens = m.blackQueens = 1;
   EXPECT_EQ(RookEndingCorrection(345, Signature(m), men, 0, 500, 1), 345);
   m.whiteQueens = m.blackQueens = 0;
-  m.white = {0, 0, 2, 1};  // two rooks against one
+  m.white = {0, 0, 2, 1};
   EXPECT_EQ(RookEndingCorrection(345, Signature(m), men, 0, 500, 1), 345);
 }
 
+// A passer blocked by its own rook with the enemy rook behind it, in contact,
+// is worth less by the rank it has reached; the deduction comes before the
+// scaling. Black's passers mirror White's.
 TEST(MaterialRookEnding, OwnRookInFrontEnemyRookBehind) {
-  const uint64_t sig = RookEachSignature(1, 0);
-  const Bitboard kings = Bit("a1") | Bit("h8");
-  struct Case {
-    const char *pawn, *whiteRook, *blackRook;
+  const struct {
+    const char *pawn, *ownRook, *enemyRook, *otherPawn;
+    bool passed;
     int deduction;
   } cases[] = {
-      {"e7", "e8", "e1", 160}, {"e6", "e8", "e2", 100}, {"c5", "c7", "c1", 52},
-      {"g4", "g8", "g3", 22},  {"e3", "e8", "e1", 0},   // third rank: not counted
-      {"e6", "e1", "e8", 0},                            // the good way round
-      {"e6", "e8", "d1", 0},                            // black rook not on the file
+      {"e7", "e8", "e1", nullptr, true, 160}, {"e6", "e8", "e2", nullptr, true, 100},
+      {"c5", "c7", "c1", nullptr, true, 52},  {"g4", "g8", "g3", nullptr, true, 22},
+      {"e3", "e8", "e1", nullptr, true, 0},   // third rank: not counted
+      {"e6", "e1", "e8", nullptr, true, 0},   // the good way round
+      {"e6", "e8", "d1", nullptr, true, 0},   // enemy rook not on the file
+      {"e6", "e8", "e1", "d5", true, 0},      // defended by a pawn
+      {"e6", "e8", "e1", "a2", false, 0},     // not passed
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.pawn);
-    const RookEndingMen men = Men_(Bit(c.pawn), 0, Bit(c.pawn), c.whiteRook, c.blackRook, kings);
-    EXPECT_EQ(RookEndingCorrection(200, sig, men, 100, 0, 1), 200 - c.deduction);
+  const auto mirror = [](const char* s) { return std::string{s[0], char('1' + '8' - s[1])}; };
+  for (const auto& c : cases) {
+    for (const bool black : {false, true}) {
+      SCOPED_TRACE(std::string(c.pawn) + (black ? " mirrored" : ""));
+      const auto sq = [&](const char* s) { return black ? mirror(s) : std::string(s); };
+      Bitboard pawns = Bit(sq(c.pawn).c_str());
+      if (c.otherPawn) pawns |= Bit(sq(c.otherPawn).c_str());
+      const Bitboard passed = c.passed ? pawns : 0;
+      const Bitboard kings = black ? Bit("a8") | Bit("h1") : Bit("a1") | Bit("h8");
+      const RookEndingMen men =
+          black ? Men_(0, pawns, passed, sq(c.enemyRook).c_str(), sq(c.ownRook).c_str(), kings)
+                : Men_(pawns, 0, passed, sq(c.ownRook).c_str(), sq(c.enemyRook).c_str(), kings);
+      const int count = c.otherPawn ? 2 : 1;
+      const uint64_t sig = black ? RookEachSignature(0, count) : RookEachSignature(count, 0);
+      const int sign = black ? -1 : 1;
+      EXPECT_EQ(RookEndingCorrection(sign * 200, sig, men, 100, 0, 1), sign * (200 - c.deduction));
+    }
   }
-}
-
-TEST(MaterialRookEnding, DefendedOrScreenedPawnKeepsItsWorth) {
-  const uint64_t sig = RookEachSignature(2, 0);
-  // Defended by a pawn on d5: no deduction.
-  RookEndingMen men = Men_(Bit("e6") | Bit("d5"), 0, Bit("e6") | Bit("d5"), "e8", "e1", Bit("a1") | Bit("h8"));
-  EXPECT_EQ(RookEndingCorrection(200, sig, men, 100, 0, 1), 200);
-  // The black rook's view cut by a king on e3: no deduction.
-  men = Men_(Bit("e6") | Bit("a2"), 0, Bit("e6"), "e8", "e1", Bit("e3") | Bit("h8"));
-  EXPECT_EQ(RookEndingCorrection(200, sig, men, 100, 0, 1), 200);
-  // A pawn that is not passed: no deduction.
-  men = Men_(Bit("e6") | Bit("a2"), 0, 0, "e8", "e1", Bit("a1") | Bit("h8"));
-  EXPECT_EQ(RookEndingCorrection(200, sig, men, 100, 0, 1), 200);
-}
-
-TEST(MaterialRookEnding, BlackPasserMirrors) {
-  const uint64_t sig = RookEachSignature(0, 1);
-  const Bitboard kings = Bit("a8") | Bit("h1");
-  struct Case {
-    const char *pawn, *blackRook, *whiteRook;
-    int addition;
-  } cases[] = {
-      {"d2", "d1", "d8", 160}, {"d3", "d1", "d7", 100}, {"b4", "b2", "b8", 52},
-      {"h5", "h1", "h6", 22},  {"d6", "d1", "d8", 0},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.pawn);
-    const RookEndingMen men = Men_(0, Bit(c.pawn), Bit(c.pawn), c.whiteRook, c.blackRook, kings);
-    EXPECT_EQ(RookEndingCorrection(-200, sig, men, 100, 0, 1), -200 + c.addition);
-  }
-}
-
-TEST(MaterialRookEnding, DeductionComesBeforeScaling) {
-  const uint64_t sig = RookEachSignature(1, 0);
+  // The black king on e3 cuts the enemy rook's view: no contact.
+  const RookEndingMen cut = Men_(Bit("e6") | Bit("a2"), 0, Bit("e6"), "e8", "e1", Bit("e3") | Bit("h8"));
+  EXPECT_EQ(RookEndingCorrection(200, RookEachSignature(2, 0), cut, 100, 0, 1), 200);
   const RookEndingMen men = Men_(Bit("e6"), 0, Bit("e6"), "e8", "e1", Bit("a1") | Bit("h8"));
-  EXPECT_EQ(RookEndingCorrection(300, sig, men, 50, 200, 1), (300 - 100) / 2 - 20);
+  EXPECT_EQ(RookEndingCorrection(300, RookEachSignature(1, 0), men, 50, 200, 1), (300 - 100) / 2 - 20);
 }
 
 // --- Opposite bishops -------------------------------------------------------------

@@ -60,13 +60,6 @@ class HashTable : public ::testing::Test {
   }
   static uint64_t At(uint64_t index) { return hash_table[index]; }
   static void Put(int slot, uint64_t word) { hash_table[Slot(slot)] = word; }
-  // The other words of the bucket, as planted.
-  static void ExpectUntouched(const uint64_t planted[4], int except) {
-    for (int i = 0; i < 4; ++i) {
-      if (i == except) continue;
-      EXPECT_EQ(At(Slot(i)), planted[i]) << "slot " << i;
-    }
-  }
 };
 
 // --- Entry layout -------------------------------------------------------------
@@ -79,14 +72,6 @@ TEST_F(HashTable, EntryFieldsRoundTrip) {
   EXPECT_EQ(HashEntry::Date(word), 2u);
   EXPECT_EQ(HashEntry::BestMove(word), HashMove(12, 28));
   EXPECT_EQ(HashEntry::Value(word), 35);
-  EXPECT_EQ(HashEntry::StoredValue(word), 8225);
-  EXPECT_TRUE(HashEntry::IsLower(word));
-  EXPECT_FALSE(HashEntry::IsUpper(word));
-  EXPECT_FALSE(HashEntry::IsRestricted(word));
-  EXPECT_EQ(HashEntry::Check(word), kCheck);
-  EXPECT_TRUE(HashEntry::Matches(word, kKey));
-  // Bits 37-40 stay zero.
-  EXPECT_EQ(word & (uint64_t(15) << 37), 0u);
 
   // The extremes of every field keep to their bits.
   const uint64_t full = HashEntry::Make(~uint64_t(0), NoisyMove(63, 63), 63, 0x3fff,
@@ -260,9 +245,7 @@ TEST_F(HashTable, ClearEmptiesEveryWordAndRestartsTheDate) {
   EXPECT_EQ(HashDate, 0u);
   EXPECT_EQ(ReplacementScore[0], 508);
   EXPECT_EQ(ReplacementScore[3 * 64], 512);
-}
-
-TEST_F(HashTable, NewGameClearsOnlyAnOwnedTable) {
+  // A new game clears the table its process owns.
   Put(0, Word(kCheck, 9, 2, kExact));
   SetHashDate(2);
   new_game_reset();

@@ -515,90 +515,6 @@ TEST(MovePicker, SelectionStageGivesAPreparedListLargestFirst) {
   EXPECT_EQ(NextMove<WHITE>(&picker, &records[1]), 0u);
 }
 
-// Stage 28 takes the variant by delta against the two blended tables and
-// keeps enemy pawns as targets only with the all-targets byte.
-template <int Us>
-std::set<Move> ListSet(int variant, Bitboard targets, NodeRecord* node) {
-  static Move list[256];
-  AttackMaps(node);
-  switch (variant) {
-    case RESTRICTED_HIGH: CaptureList<Us, RESTRICTED_HIGH>(list, targets, node, 0, 1); break;
-    case RESTRICTED_MIDDLE: CaptureList<Us, RESTRICTED_MIDDLE>(list, targets, node, 0, 1); break;
-    default: CaptureList<Us, RESTRICTED_LOW>(list, targets, node, 0, 1); break;
-  }
-  std::set<Move> s;
-  for (Move* p = list; *p; ++p) s.insert(*p);
-  return s;
-}
-
-template <int Us>
-std::set<Move> PickedRestricted(NodeRecord* node, int depth, int delta, bool cut) {
-  static MovePicker picker;
-  AttackMaps(node);
-  StartPicker<Us>(&picker, PICK_FAR_BELOW, 0, 0, depth, delta, cut, 0);
-  std::set<Move> s;
-  while (const Move m = NextMove<Us>(&picker, node)) s.insert(m);
-  return s;
-}
-
-// Runs the threshold checks on the global position when its four lists
-// differ; returns whether they did.
-template <int Us>
-bool CheckRestrictedThresholds() {
-  NodeRecord records[3] = {};
-  NodeRecord* node = &records[1];
-  const Bitboard all = position.colourBits[Us ^ 1];
-  const Bitboard pieces = all & ~position.pieceBits[PAWN_INDEX + (Us ^ 1)];
-  const std::set<Move> high = ListSet<Us>(RESTRICTED_HIGH, pieces, node);
-  const std::set<Move> middle = ListSet<Us>(RESTRICTED_MIDDLE, pieces, node);
-  const std::set<Move> low = ListSet<Us>(RESTRICTED_LOW, pieces, node);
-  const std::set<Move> lowAll = ListSet<Us>(RESTRICTED_LOW, all, node);
-  const std::set<Move> middleAll = ListSet<Us>(RESTRICTED_MIDDLE, all, node);
-  if (high == middle || middle == low || low == lowAll || middle == middleAll) return false;
-
-  const int32_t saved = phase_stage;
-  // Opening, an all node at depth 8: tables 600 and 260, second margin 253.
-  phase_stage = 24;
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 601, false), high);
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 600, false), middle);
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 261, false), middle);
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 260, false), low);
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 252, false), lowAll);
-  // A cut node at depth 6: tables 500 and 230, second margin 197.
-  EXPECT_EQ(PickedRestricted<Us>(node, 6, 300, true), middle);
-  EXPECT_EQ(PickedRestricted<Us>(node, 6, 196, true), lowAll);
-  // Endgame: 900 and 346 at depth 8, second margin 372; at depth 6 the cut
-  // node's second margin is 292.
-  phase_stage = 0;
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 901, false), high);
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 900, false), middle);
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 372, false), middle);
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 371, false), middleAll);
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 346, false), lowAll);
-  EXPECT_EQ(PickedRestricted<Us>(node, 6, 292, true), low);
-  EXPECT_EQ(PickedRestricted<Us>(node, 6, 291, true), lowAll);
-  phase_stage = saved;
-  return true;
-}
-
-TEST(MovePicker, RestrictedListFollowsTheBlendedThresholds) {
-  std::mt19937_64 rng(28);
-  int checked = 0;
-  for (int game = 0; game < 40 && checked < 20; ++game) {
-    Board board;
-    ASSERT_TRUE(board.SetFen(START_POSITIONS[game % 6]));
-    for (int ply = 0; ply < 80 && checked < 20; ++ply) {
-      if (!board.InCheck()) {
-        ASSERT_EQ(SetPositionFromFen(board.Fen(false).c_str()), 1);
-        checked += board.Side() == WHITE ? CheckRestrictedThresholds<WHITE>() : CheckRestrictedThresholds<BLACK>();
-        if (testing::Test::HasFailure()) return;
-      }
-      if (!board.PlayRandom(rng)) break;
-    }
-  }
-  EXPECT_EQ(checked, 20);
-}
-
 // ---------------------------------------------------------------------------
 // Learning.
 
@@ -782,24 +698,6 @@ TEST_F(Learning, ReplyCreditAndEvasionMarks) {
   }
   EXPECT_EQ(NextMove<WHITE>(&picker, node) & 0xfdff, block & 0xfdff);
   EXPECT_EQ(NextMove<WHITE>(&picker, node) & 0xfdff, knight & 0xfdff);
-}
-
-TEST_F(Learning, EvasionMarksPassOverPromotions) {
-  // White in check by the rook on a8 along the rank; b7 can take it and promote.
-  ASSERT_EQ(SetPositionFromFen("r3K3/1P6/8/8/8/8/8/4k3 w - -"), 1);
-  records[0].currentMove = 0x2b8;
-  const Move promotion = TextToMove("b7a8q", true);
-  ReplyCredit<WHITE>(promotion, node);
-  Move list[64];
-  GenerateEvasions<WHITE>(list, ~position.colourBits[WHITE], true);
-  std::vector<Move> plain(list, list + 64);
-  MarkEvasions<WHITE>(list, node);
-  int promotions = 0;
-  for (int i = 0; list[i]; ++i) {
-    EXPECT_EQ(list[i], plain[i]) << MoveToText(list[i]);
-    promotions += is_promotion(list[i]);
-  }
-  EXPECT_GT(promotions, 0);
 }
 
 }  // namespace
