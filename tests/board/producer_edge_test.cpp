@@ -252,7 +252,8 @@ auto Zero() {
   return [](Move m) { EXPECT_EQ(m, 0u); };
 }
 
-TEST(HashMoveToMove, PawnWordsAreCompletedOnlyForwardAndOverFreeSquares) {
+TEST(HashMoveToMove, OnlyWordsOfPossibleMovesAreCompleted) {
+  constexpr Move kCastle = 0x220100;
   RunHashCases({
       // A step: mover class 3, kind bit 26, the quiet bit 17.
       {"4k3/8/8/4P3/8/8/8/4K3 w - -", "e5", "e6", Exactly(LOW_PAWN, "e5", "e6")},
@@ -268,11 +269,7 @@ TEST(HashMoveToMove, PawnWordsAreCompletedOnlyForwardAndOverFreeSquares) {
       {"k7/4P3/8/8/8/8/8/4K3 w - -", "e7", "e8", Exactly(LOW_PAWN | 0x5140000000000, "e7", "e8")},
       // Taking a rook there: (r ^ 0x20000) & mask = 0x0800000030000000, victim class 6.
       {"k2r4/4P3/8/8/8/8/8/4K3 w - -", "e7", "d8", Exactly(0x08051400340000c0, "e7", "d8")},
-  });
-}
-
-TEST(HashMoveToMove, EnPassantWordGetsItsBitAndThePawnVictim) {
-  RunHashCases({
+      // En passant gets its bit and the pawn victim, only with the square set.
       {"4k3/8/8/3pP3/8/8/8/4K3 w - d6", "e5", "d6",
        [](Move m) {
          EXPECT_EQ(m & 0xffff, FromTo(Sq("e5"), Sq("d6")) | 0xc0);
@@ -286,13 +283,8 @@ TEST(HashMoveToMove, EnPassantWordGetsItsBitAndThePawnVictim) {
          EXPECT_FALSE(Bit(m, 58));
          EXPECT_EQ(Victim(m), 0);
        }},
-  });
-}
-
-TEST(HashMoveToMove, CastlingNeedsTheRightAndAFreePassageSquare) {
-  // King word & 0x7e001c0 = 0x200100, with the quiet bit 0x20000.
-  constexpr Move kCastle = 0x220100;
-  RunHashCases({
+      // Castling needs the right and a free passage square; a king word
+      // & 0x7e001c0 is 0x200100, with the quiet bit 0x20000.
       {"4k3/8/8/8/8/8/8/R3K2R w KQ -", "e1", "g1",
        [](Move m) {
          EXPECT_EQ(m, FromTo(Sq("e1"), Sq("g1")) | kCastle);
@@ -307,11 +299,7 @@ TEST(HashMoveToMove, CastlingNeedsTheRightAndAFreePassageSquare) {
       {"4k3/8/8/8/8/8/8/R2QK2R w KQ -", "e1", "c1", Zero()},  // d1 taken
       // b1 is not looked at: the search's own test after the make decides.
       {"4k3/8/8/8/8/8/8/RN2K2R w KQ -", "e1", "c1", Exactly(kCastle, "e1", "c1")},
-  });
-}
-
-TEST(HashMoveToMove, WordsFromEmptyOrEnemySquaresOrOntoOwnMenOrTheKingGiveZero) {
-  RunHashCases({
+      // Words from empty or enemy squares, onto own men or the king: zero.
       {"4k3/8/8/8/8/8/4P3/4K3 w - -", "e3", "e4", Zero()},   // nothing there
       {"4k3/8/8/8/8/8/4P3/4K3 w - -", "e1", "e2", Zero()},   // onto our pawn
       {"4k3/8/8/8/8/8/4P3/4K3 w - -", "e8", "e7", Zero()},   // their king
