@@ -280,230 +280,86 @@ void ExpectBothCopies(const HandMove& m, int64_t expected, F f) {
   EXPECT_EQ(f(white, OccupancyOf(white)), expected) << "White copy, mirror of " << m.fen;
 }
 
-void ExpectTest(const HandMove& m, int64_t stake, uint64_t expected, Bitboard candidates = ~Bitboard(0)) {
-  ExpectBothCopies(m, int64_t(expected), [&](const Scene& s, Bitboard occ) {
-    const Bitboard c = s.us == BLACK ? candidates : MirrorBits(candidates);
-    return int64_t(RunTest(s, occ, c, stake));
-  });
-}
+// One row per rule of the swap. The mover is Black; `routine` picks the
+// question: 'T' the pass-or-fail test (with `candidates`), 'V' the value, 'B'
+// the bound (with `bound`).
+struct HandCase {
+  HandMove move;
+  char routine;
+  int64_t stake;
+  int64_t expected;
+  Bitboard candidates = ~Bitboard(0);
+  int64_t bound = 0;
+};
 
-void ExpectValue(const HandMove& m, int64_t stake, int64_t expected) {
-  ExpectBothCopies(m, expected, [&](const Scene& s, Bitboard occ) { return RunValue(s, occ, stake); });
-}
+Bitboard Only(const char* square) { return Bits({square}); }
 
-void ExpectBound(const HandMove& m, int64_t stake, int64_t bound, int64_t expected) {
-  ExpectBothCopies(m, expected, [&](const Scene& s, Bitboard occ) { return RunBound(s, occ, stake, bound); });
-}
+const HandCase HAND_CASES[] = {
+    // A capture that gains already passes; with a stake it is lost to the pawn.
+    {{"7k/8/2n5/8/3R4/2P1P3/8/K2Q4 b - -", "d4", "c6"}, 'T', 0, 1},
+    {{"7k/8/2n5/8/3R4/2P1P3/8/K2Q4 b - -", "d4", "c6"}, 'T', 1, 0},
+    // Pawn trade: even is not ahead, our pawn takes back.
+    {{"7k/3p4/2p5/8/4P3/8/8/K7 b - -", "d5", "d7"}, 'T', 0x20000, 1 | 32},
+    // Bishops on both sides of the square go as one step; behind one another as two.
+    {{"k7/5nB1/3p4/8/8/2B5/8/7K b - -", "e5", "f7"}, 'T', 0x60000, 1 | 16},
+    {{"k7/5n2/3p4/8/8/2B5/1B6/7K b - -", "e5", "f7"}, 'T', 0x60000, 0},
+    // Rook behind rook, and our battery against theirs.
+    {{"3r3k/8/8/r7/8/8/3R4/3R3K b - -", "d5", "a5"}, 'T', 0xa0000, 0},
+    {{"3r3k/3r4/8/r7/8/8/3R4/3R3K b - -", "d5", "a5"}, 'T', 0xa0000, 1 | 8},
+    // Queen behind the bishop, then a knight to take the queen.
+    {{"k7/5n2/3p4/8/8/2B5/1Q6/7K b - -", "e5", "f7"}, 'T', 0x60000, 0},
+    {{"k7/5n2/3p4/8/6n1/2B5/1Q6/7K b - -", "e5", "f7"}, 'T', 0x60000, 1 | 16 | 4},
+    // Our recapture that promotes counts the queen; one rank up it does not.
+    {{"k6K/8/8/8/3r4/2N5/4p3/8 b - -", "d1", "d4"}, 'T', 0xa0000, 1 | 16},
+    {{"k6K/8/8/8/3r4/1N2p3/8/8 b - -", "d2", "d4"}, 'T', 0xa0000, 0},
+    // A queen that took a minor with our rook behind risks a rook.
+    {{"3r3k/8/8/q7/8/8/8/3R3K b - -", "d5", "a5"}, 'T', 0xc0000, 1 | 8},
+    {{"7k/8/5n2/q7/8/8/8/3R3K b - -", "d5", "a5"}, 'T', 0xc0000, 0},
+    {{"3r3k/8/8/q7/8/8/8/3R3K b - -", "d5", "a5"}, 'T', 0xd0000, 0},
+    // Only candidates start; a pawn left out stays out for the whole swap.
+    {{"6nk/8/8/4P3/8/8/8/K7 b - -", "f6", "g8"}, 'T', 0x60000, 1, ~Only("e5")},
+    {{"6nk/6p1/8/4P3/4N3/8/8/K7 b - -", "f6", "g8"}, 'T', 0x60000, 1 | 16, ~Only("e5")},
+    // Their king takes only what is loose, and starts only as a candidate.
+    {{"k7/8/8/6n1/8/3K4/8/8 b - -", "e4", "g5"}, 'T', 0x60000, 0},
+    {{"k7/8/8/5pn1/8/3K4/8/8 b - -", "e4", "g5"}, 'T', 0x60000, 1 | 2},
+    {{"k7/8/8/6n1/8/3K4/8/8 b - -", "e4", "g5"}, 'T', 0x60000, 1, 0},
+    // After the first capture the king joins the candidates.
+    {{"7k/8/4p3/r7/2K5/8/8/3R4 b - -", "d5", "a5"}, 'T', 0xa0000, 0, Only("d1")},
+    // Our king takes back only when nothing of theirs is left.
+    {{"8/8/4kn2/8/8/8/8/3R3K b - -", "d5", "f6"}, 'T', 0x60000, 1 | 8},
+    {{"8/8/4kn2/8/8/8/3R4/3R3K b - -", "d5", "f6"}, 'T', 0x60000, 0},
+    {{"8/8/8/6n1/5k2/3K4/8/8 b - -", "e4", "g5"}, 'T', 0x60000, 1 | 2},
+    {{"4r3/8/8/3K1k2/8/8/8/4R3 b - -", "e5", "e8"}, 'T', 0x70000, 0},
+    // Their bishop counts 0x70000, ours 0x60000.
+    {{"k7/5n2/3p4/8/8/2B5/8/7K b - -", "e5", "f7"}, 'T', 0x70000, 1 | 16},
+    {{"k7/5n2/3p4/8/2N5/8/8/7K b - -", "e5", "f7"}, 'T', 0x70000, 0},
+    {{"k7/1b1p4/8/8/8/8/3R4/3R3K b - -", "d5", "d7"}, 'T', 0x40000, 1 | 8},
+    // Values: kings, and a queen that comes out ahead takes the whole stake.
+    {{"6nk/4p3/8/4P3/8/8/8/K7 b - -", "f6", "g8"}, 'V', 0x60000, 0x40000},
+    {{"k7/8/8/6n1/8/3K4/8/8 b - -", "e4", "g5"}, 'V', 0x60000, 0x60000},
+    {{"8/8/4kn2/8/8/8/3R4/3R3K b - -", "d5", "f6"}, 'V', 0x60000, 0x60000},
+    {{"7k/8/4p3/3n4/8/8/8/3Q3K b - -", "d5", nullptr}, 'V', 0x180000, 0x180000},
+    {{"7k/8/4p3/3n4/8/8/8/3Q3K b - -", "d5", nullptr}, 'V', 0x60000, 0},
+    // Bounds: their win with the margin, cap and margin when nothing takes back.
+    {{"6nk/8/8/4P3/8/8/8/K7 b - -", "f6", "g8"}, 'B', 0x60000, 0x40000, ~Bitboard(0), 0},
+    {{"6nk/8/8/4P3/8/8/8/K7 b - -", "f6", "g8"}, 'B', 0x60000, 0x60000 + 0x120000 + 0x40000, ~Bitboard(0), 0x40000},
+    {{"7k/8/4p3/3n4/8/8/8/3Q3K b - -", "d5", nullptr}, 'B', 0x180000, 0x180000 + 0x160000, ~Bitboard(0), 0},
+    {{"3r3k/8/8/r7/8/8/3R4/3R3K b - -", "d5", "a5"}, 'B', 0xa0000, 0xa0000 + 0x40000, ~Bitboard(0), 0xa0000},
+    {{"k6K/8/8/8/3r4/2N5/4p3/8 b - -", "d1", "d4"}, 'B', 0xa0000, 0, ~Bitboard(0), 0},
+    {{"k6K/8/8/8/3r4/1N2p3/8/8 b - -", "d2", "d4"}, 'B', 0xa0000, 0x40000, ~Bitboard(0), 0},
+};
 
-// Positions used by several tests.
-const HandMove KNIGHT_INTO_PAWN = {"6nk/8/8/4P3/8/8/8/K7 b - -", "f6", "g8"};
-const HandMove PAWN_TRADE = {"7k/3p4/2p5/8/4P3/8/8/K7 b - -", "d5", "d7"};
-const HandMove KNIGHT_TAKES_ROOK = {"7k/8/2n5/8/3R4/2P1P3/8/K2Q4 b - -", "d4", "c6"};
-const HandMove BISHOPS_BOTH_SIDES = {"k7/5nB1/3p4/8/8/2B5/8/7K b - -", "e5", "f7"};
-const HandMove BISHOP_BATTERY = {"k7/5n2/3p4/8/8/2B5/1B6/7K b - -", "e5", "f7"};
-const HandMove ROOK_BATTERY = {"3r3k/8/8/r7/8/8/3R4/3R3K b - -", "d5", "a5"};
-const HandMove SINGLE_ROOK = {"3r3k/8/8/r7/8/8/3R4/7K b - -", "d5", "a5"};
-const HandMove QUEEN_BEHIND_BISHOP = {"k7/5n2/3p4/8/8/2B5/1Q6/7K b - -", "e5", "f7"};
-const HandMove PROMOTING_RECAPTURE = {"k6K/8/8/8/3r4/2N5/4p3/8 b - -", "d1", "d4"};
-const HandMove ONE_RANK_UP = {"k6K/8/8/8/3r4/1N2p3/8/8 b - -", "d2", "d4"};
-// A knight of ours stands on d5 already; only the queen on d1 sees it, the
-// pawn on e6 defends it.
-const HandMove QUEEN_AGAINST_DEFENDED = {"7k/8/4p3/3n4/8/8/8/3Q3K b - -", "d5", nullptr};
-
-// ---------------------------------------------------------------------------
-// ExchangeTest
-
-TEST(ExchangeTest, CaptureThatGainsIsSafeWhateverStandsAround) {
-  // Nxd4 against a rook covered by two pawns and the queen: stake below 1.
-  ExpectTest(KNIGHT_TAKES_ROOK, 0x60000 - 0xa0000, 1);
-  ExpectTest(KNIGHT_TAKES_ROOK, 0, 1);
-  // The same capture with something at risk is lost to the pawn.
-  ExpectTest(KNIGHT_TAKES_ROOK, 1, 0);
-}
-
-TEST(ExchangeTest, KnightOntoAPawnAttackedSquareFails) {
-  ExpectTest(KNIGHT_INTO_PAWN, 0x60000, 0);
-}
-
-TEST(ExchangeTest, PawnTradeOnADefendedSquarePassesWithThePawnFlag) {
-  // 0x20000 - 0x20000 is not above 0; our pawn takes back for 0x20000, not
-  // below 1; they have nothing more.
-  ExpectTest(PAWN_TRADE, 0x20000, 1 | 32);
-}
-
-TEST(ExchangeTest, NothingToTakeWithPasses) {
-  ExpectTest({"6nk/8/8/8/8/8/8/K7 b - -", "f6", "g8"}, 0x60000, 1);
-}
-
-TEST(ExchangeTest, TwoBishopsOnOneDiagonalAreOneStep) {
-  // Bishops on c3 and g7 both see e5: they go together for 0x70000, our
-  // pawn takes back, and there is no second bishop left to take the pawn.
-  ExpectTest(BISHOPS_BOTH_SIDES, 0x60000, 1 | 16);
-  // Bishops behind one another are two steps: b2 is seen only once c3 has
-  // gone, and it wins the pawn that took back.
-  ExpectTest(BISHOP_BATTERY, 0x60000, 0);
-}
-
-TEST(ExchangeTest, RookBehindRookIsFound) {
-  // Rxd5, Rxd5, Rxd5: the rook on d1 comes through once d2 has taken.
-  ExpectTest(ROOK_BATTERY, 0xa0000, 0);
-  ExpectTest(SINGLE_ROOK, 0xa0000, 1 | 8);
-  // Our own battery answers theirs: d7 and d8 against d2 and d1.
-  ExpectTest({"3r3k/3r4/8/r7/8/8/3R4/3R3K b - -", "d5", "a5"}, 0xa0000, 1 | 8);
-}
-
-TEST(ExchangeTest, QueenBehindBishopIsFound) {
-  // Bxe5, dxe5, Qxe5: the queen on b2 wins the pawn.
-  ExpectTest(QUEEN_BEHIND_BISHOP, 0x60000, 0);
-  // With a knight on g4 to take the queen, it fails for them, and the flags
-  // name bishop and queen.
-  ExpectTest({"k7/5n2/3p4/8/6n1/2B5/1Q6/7K b - -", "e5", "f7"}, 0x60000, 1 | 16 | 4);
-}
-
-TEST(ExchangeTest, RecaptureThatPromotesCountsTheQueen) {
-  // Rd1, Nxd1, exd1=Q: the knight would be ahead by 0x40000 against a plain
-  // pawn, but the promotion takes 0x120000 off the stake first.
-  ExpectTest(PROMOTING_RECAPTURE, 0xa0000, 1 | 16);
-  // One rank up the pawn does not promote and the rook is lost.
-  ExpectTest(ONE_RANK_UP, 0xa0000, 0);
-}
-
-TEST(ExchangeTest, QueenTakingAMinorWithOurRookBehindRisksARook) {
-  // Qxd5 took a minor: stake 0xc0000. Their rook takes the queen and our
-  // rook on d8 takes back. With the rook behind, the stake counts as a rook's.
-  const HandMove withRook = {"3r3k/8/8/q7/8/8/8/3R3K b - -", "d5", "a5"};
-  ExpectTest(withRook, 0xc0000, 1 | 8);
-  // The same stake with a knight behind instead: 0xc0000 - 0xa0000 is ahead.
-  ExpectTest({"7k/8/5n2/q7/8/8/8/3R3K b - -", "d5", "a5"}, 0xc0000, 0);
-  // Any other stake is taken as it is.
-  ExpectTest(withRook, 0xc0000 + 0x10000, 0);
-}
-
-TEST(ExchangeTest, OnlyCandidatesStartTheCapture) {
-  // The pawn on e5 is not allowed to take: nothing else sees f6.
-  ExpectTest(KNIGHT_INTO_PAWN, 0x60000, 1, ~Bits({"e5"}));
-  // A knight may start but the pawn stays out for the whole swap: Nxf6 is
-  // 0 (not above 0), gxf6 answers, and the pawn may not take again.
-  const HandMove m = {"6nk/6p1/8/4P3/4N3/8/8/K7 b - -", "f6", "g8"};
-  ExpectTest(m, 0x60000, 1 | 16, ~Bits({"e5"}));
-  ExpectTest(m, 0x60000, 0);
-}
-
-TEST(ExchangeTest, TheirKingTakesOnlyWhatIsLoose) {
-  const HandMove loose = {"k7/8/8/6n1/8/3K4/8/8 b - -", "e4", "g5"};
-  ExpectTest(loose, 0x60000, 0);
-  // Defended by the pawn on f5: the king's capture costs 0x3a0000.
-  ExpectTest({"k7/8/8/5pn1/8/3K4/8/8 b - -", "e4", "g5"}, 0x60000, 1 | 2);
-  // The king may not start the capture unless it is a candidate.
-  ExpectTest(loose, 0x60000, 1, 0);
-  ExpectTest(loose, 0x60000, 0, Bits({"d3"}));
-}
-
-TEST(ExchangeTest, TheKingJoinsTheCandidatesAfterTheFirstCapture) {
-  // Only the rook on d1 may start. Rxd5 is even, exd5 puts us 0x20000 up
-  // for them to win back, and the king on c4, never a candidate at the
-  // start, takes the pawn.
-  const HandMove m = {"7k/8/4p3/r7/2K5/8/8/3R4 b - -", "d5", "a5"};
-  ExpectTest(m, 0xa0000, 0, Bits({"d1"}));
-  // Without the king nearby the pawn stays.
-  ExpectTest({"7k/8/4p3/r7/8/8/8/3R3K b - -", "d5", "a5"}, 0xa0000, 1 | 8, Bits({"d1"}));
-  // With no candidate at all nothing starts.
-  ExpectTest(m, 0xa0000, 1, 0);
-}
-
-TEST(ExchangeTest, OurKingTakesBackOnlyWhenNothingOfTheirsIsLeft) {
-  // Nd5, Rxd5, Kxd5 with no second rook: passes.
-  ExpectTest({"8/8/4kn2/8/8/8/8/3R3K b - -", "d5", "f6"}, 0x60000, 1 | 8);
-  // A second rook on d2 makes the king's capture count 0x3e0000 for them.
-  ExpectTest({"8/8/4kn2/8/8/8/3R4/3R3K b - -", "d5", "f6"}, 0x60000, 0);
-  // Their king takes and ours is next to the square: far below -0x1e0000,
-  // the swap ends in our favour.
-  ExpectTest({"8/8/8/6n1/5k2/3K4/8/8 b - -", "e4", "g5"}, 0x60000, 1 | 2);
-  // Re5, Rxe5, Kxe5 with their king on d5 as well: ours may not take back
-  // next to theirs, so their king's 0x3a0000 against our 0x3e0000 decides.
-  ExpectTest({"4r3/8/8/3K1k2/8/8/8/4R3 b - -", "e5", "e8"}, 0xa0000, 0);
-  ExpectTest({"4r3/8/8/3K1k2/8/8/8/4R3 b - -", "e5", "e8"}, 0x70000, 0);
-  ExpectTest({"4r3/8/8/5k2/8/8/8/4R2K b - -", "e5", "e8"}, 0xa0000, 1 | 8);
-}
-
-TEST(ExchangeTest, TheirBishopCountsMoreThanOurs) {
-  // Their bishop is 0x70000: for a stake of 0x70000 Bxe5 is not ahead, the
-  // pawn takes back, and the move passes...
-  ExpectTest({"k7/5n2/3p4/8/8/2B5/8/7K b - -", "e5", "f7"}, 0x70000, 1 | 16);
-  // ...where their knight, 0x60000, is ahead at once.
-  ExpectTest({"k7/5n2/3p4/8/2N5/8/8/7K b - -", "e5", "f7"}, 0x70000, 0);
-  // Our bishop is 0x60000: Rxd5 leaves -0x60000, Bxd5 brings it to 0, not
-  // above 0, and the second rook never comes in. At 0x70000 it would have.
-  ExpectTest({"k7/1b1p4/8/8/8/8/3R4/3R3K b - -", "d5", "d7"}, 0x40000, 1 | 8);
-  // Our knight in the bishop's place behaves the same.
-  ExpectTest({"k7/3p4/5n2/8/8/8/3R4/3R3K b - -", "d5", "d7"}, 0x40000, 1 | 8);
-}
-
-// ---------------------------------------------------------------------------
-// ExchangeValue
-
-TEST(ExchangeValue, HandPositions) {
-  ExpectValue(KNIGHT_INTO_PAWN, 0x60000, 0x60000);
-  // Defended by e7: they win 0x60000 - 0x20000.
-  ExpectValue({"6nk/4p3/8/4P3/8/8/8/K7 b - -", "f6", "g8"}, 0x60000, 0x40000);
-  ExpectValue(PAWN_TRADE, 0x20000, 0);
-  ExpectValue(ROOK_BATTERY, 0xa0000, 0xa0000);
-  ExpectValue(SINGLE_ROOK, 0xa0000, 0);
-  ExpectValue(QUEEN_BEHIND_BISHOP, 0x60000, 0x20000);
-  // Both bishops 0x60000 here: Bxe5 dxe5 leaves them even.
-  ExpectValue(BISHOPS_BOTH_SIDES, 0x60000, 0);
-  ExpectValue({"k7/5n2/3p4/8/8/2B5/8/7K b - -", "e5", "f7"}, 0x70000, 0x10000);
-}
-
-TEST(ExchangeValue, NothingAtRiskIsWorthNothing) {
-  ExpectValue(KNIGHT_TAKES_ROOK, 0x60000 - 0xa0000, 0);
-  ExpectValue(KNIGHT_TAKES_ROOK, 0, 0);
-}
-
-TEST(ExchangeValue, KingsTakeOnlyWhatIsLoose) {
-  ExpectValue({"k7/8/8/6n1/8/3K4/8/8 b - -", "e4", "g5"}, 0x60000, 0x60000);
-  ExpectValue({"k7/8/8/5pn1/8/3K4/8/8 b - -", "e4", "g5"}, 0x60000, 0);
-  ExpectValue({"8/8/4kn2/8/8/8/8/3R3K b - -", "d5", "f6"}, 0x60000, 0);
-  ExpectValue({"8/8/4kn2/8/8/8/3R4/3R3K b - -", "d5", "f6"}, 0x60000, 0x60000);
-}
-
-TEST(ExchangeValue, QueenCaptureDecidesAtOnce) {
-  // A queen that comes out ahead takes the whole stake, even though our
-  // pawn would take it back: 0x180000 - 0x140000 is above 0.
-  ExpectValue(QUEEN_AGAINST_DEFENDED, 0x180000, 0x180000);
-  // When it does not come out ahead the swap goes on as usual.
-  ExpectValue(QUEEN_AGAINST_DEFENDED, 0x60000, 0);
-}
-
-// ---------------------------------------------------------------------------
-// ExchangeBound
-
-TEST(ExchangeBound, ZeroWhenTheirWinStaysWithinTheBound) {
-  ExpectBound(PAWN_TRADE, 0x20000, 0, 0);
-  ExpectBound(PAWN_TRADE, 0x20000, 0x10000, 0);
-  ExpectBound(SINGLE_ROOK, 0xa0000, 0, 0);
-  ExpectBound({"6nk/4p3/8/4P3/8/8/8/K7 b - -", "f6", "g8"}, 0x60000, 0x40000, 0);
-}
-
-TEST(ExchangeBound, BeyondTheBoundGivesTheirWinWithTheMargin) {
-  // Pawn takes the knight, 0x40000 ahead: the smaller of that and the cap.
-  ExpectBound(KNIGHT_INTO_PAWN, 0x60000, 0, 0x40000);
-  ExpectBound({"6nk/4p3/8/4P3/8/8/8/K7 b - -", "f6", "g8"}, 0x60000, 0x20000, 0x40000);
-  // Ahead by less than the bound, but nothing takes back: cap and margin.
-  ExpectBound(KNIGHT_INTO_PAWN, 0x60000, 0x40000, 0x60000 + 0x120000 + 0x40000);
-  // A queen that takes beyond the bound gives the cap and margin at once.
-  ExpectBound(QUEEN_AGAINST_DEFENDED, 0x180000, 0, 0x180000 + 0x160000);
-  // Rxd5 Rxd5 Rxd5: nothing of ours takes the last rook; cap is then the
-  // 0xa0000 of our recapture.
-  ExpectBound(ROOK_BATTERY, 0xa0000, 0x20000, 0xa0000 + 0x40000);
-  // After our recapture a bound above one pawn is trusted only up to one
-  // pawn: the swap goes on and the last rook is found.
-  ExpectBound(ROOK_BATTERY, 0xa0000, 0xa0000, 0xa0000 + 0x40000);
-}
-
-TEST(ExchangeBound, RecaptureThatPromotesCountsTheQueen) {
-  ExpectBound(PROMOTING_RECAPTURE, 0xa0000, 0, 0);
-  ExpectBound(ONE_RANK_UP, 0xa0000, 0, 0x40000);
+TEST(Exchange, HandPositionsInBothColourCopies) {
+  for (const HandCase& c : HAND_CASES) {
+    SCOPED_TRACE(std::string(c.move.fen) + " " + c.routine + " stake " + std::to_string(c.stake));
+    ExpectBothCopies(c.move, c.expected, [&](const Scene& s, Bitboard occ) -> int64_t {
+      switch (c.routine) {
+        case 'T': return int64_t(RunTest(s, occ, s.us == BLACK ? c.candidates : MirrorBits(c.candidates), c.stake));
+        case 'V': return RunValue(s, occ, c.stake);
+        default: return RunBound(s, occ, c.stake, c.bound);
+      }
+    });
+  }
 }
 
 // ---------------------------------------------------------------------------
@@ -511,25 +367,38 @@ TEST(ExchangeBound, RecaptureThatPromotesCountsTheQueen) {
 
 constexpr int64_t STAKES[] = {0x10000, 0x20000, 0x40000, 0x60000, 0x70000, 0x80000, 0xa0000, 0x120000, 0x140000};
 
-TEST(ExchangeRandom, ValueMatchesThePlainSwap) {
+TEST(ExchangeRandom, ValueAndBoundFollowThePlainSwap) {
   std::mt19937_64 rng(0x5ee1);
   const SceneRules rules{false, true, true, true};
   const SwapValues values{{0x60000, 0x60000}};
-  int between = 0, total = 0;
+  int between = 0, within = 0, beyond = 0, total = 0;
   for (int n = 0; n < 1500; ++n) {
     const Scene s = RandomScene(rng, rules);
     Load(s.board);
     const Bitboard occ = OccupancyOf(s);
     const Bitboard all[2] = {~Bitboard(0), ~Bitboard(0)};
     for (int64_t stake : STAKES) {
-      const int64_t expected = Swap(SwapBoard(s), s.to, s.us ^ 1, stake, values, all, s.us);
-      ASSERT_EQ(RunValue(s, occ, stake), expected) << FenOf(s.board) << " to " << s.to << " from " << s.from
-                                                   << " us " << s.us << " stake " << stake;
-      between += expected > 0 && expected < stake;
+      const int64_t theirs = Swap(SwapBoard(s), s.to, s.us ^ 1, stake, values, all, s.us);
+      const std::string where = FenOf(s.board) + " to " + std::to_string(s.to) + " from " +
+                                std::to_string(s.from) + " stake " + std::to_string(stake);
+      ASSERT_EQ(RunValue(s, occ, stake), theirs) << where;
+      between += theirs > 0 && theirs < stake;
       ++total;
+      for (int64_t bound : {int64_t(0), int64_t(0x10000), int64_t(0x20000)}) {
+        if (stake <= bound) continue;
+        const int64_t result = RunBound(s, occ, stake, bound);
+        ASSERT_EQ(result == 0, theirs <= bound) << where << " bound " << bound;
+        if (result) {
+          ASSERT_GT(result, bound) << where;
+        }
+        within += result == 0;
+        beyond += result != 0;
+      }
     }
   }
   EXPECT_GT(between, total / 20);  // the positions hold real exchanges
+  EXPECT_GT(within, 1000);
+  EXPECT_GT(beyond, 1000);
 }
 
 TEST(ExchangeRandom, TestPassesExactlyWhenThePlainSwapGivesThemNothing) {
@@ -565,50 +434,6 @@ TEST(ExchangeRandom, TestPassesExactlyWhenThePlainSwapGivesThemNothing) {
   EXPECT_GT(deepPasses, total / 10);
 }
 
-TEST(ExchangeRandom, BoundIsZeroExactlyWhenThePlainSwapStaysWithin) {
-  std::mt19937_64 rng(0xb0d);
-  const SceneRules rules{false, true, true, true};
-  const SwapValues values{{0x60000, 0x60000}};
-  int within = 0, beyond = 0;
-  for (int n = 0; n < 1500; ++n) {
-    const Scene s = RandomScene(rng, rules);
-    Load(s.board);
-    const Bitboard occ = OccupancyOf(s);
-    const Bitboard all[2] = {~Bitboard(0), ~Bitboard(0)};
-    for (int64_t stake : STAKES) {
-      const int64_t theirs = Swap(SwapBoard(s), s.to, s.us ^ 1, stake, values, all, s.us);
-      for (int64_t bound : {int64_t(0), int64_t(0x10000), int64_t(0x20000)}) {
-        if (stake <= bound) continue;
-        const int64_t result = RunBound(s, occ, stake, bound);
-        ASSERT_EQ(result == 0, theirs <= bound) << FenOf(s.board) << " to " << s.to << " from " << s.from
-                                                << " us " << s.us << " stake " << stake << " bound " << bound;
-        if (result) {
-          ASSERT_GT(result, bound);
-        }
-        within += result == 0;
-        beyond += result != 0;
-      }
-    }
-  }
-  EXPECT_GT(within, 1000);
-  EXPECT_GT(beyond, 1000);
-}
-
-TEST(ExchangeRandom, ValueStaysBetweenZeroAndTheStake) {
-  std::mt19937_64 rng(0xa11);
-  const SceneRules rules{true, false, false, false};
-  for (int n = 0; n < 1500; ++n) {
-    const Scene s = RandomScene(rng, rules);
-    Load(s.board);
-    const Bitboard occ = OccupancyOf(s);
-    for (int64_t stake : STAKES) {
-      const int64_t v = RunValue(s, occ, stake);
-      ASSERT_GE(v, 0) << FenOf(s.board) << " to " << s.to << " stake " << stake;
-      ASSERT_LE(v, stake) << FenOf(s.board) << " to " << s.to << " stake " << stake;
-    }
-  }
-}
-
 TEST(ExchangeRandom, ColourCopiesAgreeOnMirroredPositions) {
   std::mt19937_64 rng(0x3177);
   const SceneRules rules{true, false, false, false};
@@ -623,6 +448,8 @@ TEST(ExchangeRandom, ColourCopiesAgreeOnMirroredPositions) {
     for (int i = 0; i < 9; ++i) {
       tests[i] = RunTest(s, OccupancyOf(s), candidates, stakes[i]);
       values[i] = RunValue(s, OccupancyOf(s), stakes[i]);
+      ASSERT_GE(values[i], 0) << FenOf(s.board);
+      ASSERT_LE(values[i], std::max<int64_t>(stakes[i], 0)) << FenOf(s.board);
       bounds[i] = RunBound(s, OccupancyOf(s), stakes[i], int64_t(i & 3) << 15);
     }
     Load(m.board);
@@ -640,73 +467,7 @@ TEST(ExchangeRandom, ColourCopiesAgreeOnMirroredPositions) {
 // ---------------------------------------------------------------------------
 // SquareGuarded: Black's copy asks whether White covers the square.
 
-bool GuardedBlack(const char* fen, const char* square, Bitboard free) {
-  EXPECT_EQ(SetPositionFromFen(fen), 1);
-  return SquareGuarded<BLACK>(position.occupied, sq(square), free);
-}
-
-bool GuardedWhite(const char* fen, const char* square, Bitboard free) {
-  const std::string mirrored = FenOf(Mirror(BoardFromFen(fen)));
-  EXPECT_EQ(SetPositionFromFen(mirrored.c_str()), 1);
-  return SquareGuarded<WHITE>(position.occupied, sq(square) ^ 56, MirrorBits(free));
-}
-
-void ExpectGuarded(const char* fen, const char* square, Bitboard free, bool expected) {
-  EXPECT_EQ(GuardedBlack(fen, square, free), expected) << fen << " " << square;
-  EXPECT_EQ(GuardedWhite(fen, square, free), expected) << "mirror of " << fen << " " << square;
-}
-
 constexpr Bitboard ALL = ~Bitboard(0);
-
-TEST(SquareGuarded, FreeMenCover) {
-  ExpectGuarded("k7/8/8/8/8/8/3P4/4K3 b - -", "e3", ALL, true);
-  ExpectGuarded("k7/8/8/8/8/2N5/8/4K3 b - -", "d5", ALL, true);
-  ExpectGuarded("k7/8/8/8/8/8/8/R3K3 b - -", "a8", ALL, true);
-  ExpectGuarded("k7/8/8/8/8/8/8/Q3K3 b - -", "e5", ALL, true);
-  ExpectGuarded("k7/8/8/8/8/8/8/Q3K3 b - -", "e6", ALL, false);
-}
-
-TEST(SquareGuarded, TheKingDoesNotCount) {
-  ExpectGuarded("k7/8/8/8/8/8/8/4K3 b - -", "d2", ALL, false);
-}
-
-TEST(SquareGuarded, BlockedLinesDoNotCover) {
-  ExpectGuarded("k7/8/8/8/P7/8/8/R3K3 b - -", "a8", ALL, false);
-  // The same with the pawn lifted from the occupancy.
-  ASSERT_EQ(SetPositionFromFen("k7/8/8/8/P7/8/8/R3K3 b - -"), 1);
-  EXPECT_TRUE(SquareGuarded<BLACK>(position.occupied ^ bit(sq("a4")), sq("a8"), ALL));
-  EXPECT_FALSE(SquareGuarded<BLACK>(position.occupied, sq("a8"), ALL));
-}
-
-TEST(SquareGuarded, PinnedPiecesCoverOnlyAlongThePin) {
-  // Bishop on b4, pinned on the king's diagonal e1-a5.
-  ExpectGuarded("k7/8/8/8/1B6/8/8/4K3 b - -", "c3", 0, true);
-  ExpectGuarded("k7/8/8/8/1B6/8/8/4K3 b - -", "a5", 0, true);
-  ExpectGuarded("k7/8/8/8/1B6/8/8/4K3 b - -", "c5", 0, false);
-  ExpectGuarded("k7/8/8/8/1B6/8/8/4K3 b - -", "c5", Bits({"b4"}), true);
-  // Rook on e4, pinned on the king's file.
-  ExpectGuarded("k7/8/8/8/4R3/8/8/4K3 b - -", "e6", 0, true);
-  ExpectGuarded("k7/8/8/8/4R3/8/8/4K3 b - -", "a4", 0, false);
-  // Queen on e3, pinned on the file: along it yes, off it no.
-  ExpectGuarded("k7/8/8/8/8/4Q3/8/4K3 b - -", "e5", 0, true);
-  ExpectGuarded("k7/8/8/8/8/4Q3/8/4K3 b - -", "f4", 0, false);
-  // Queen on c1 pinned on the rank does not reach e3 on the file diagonally.
-  ExpectGuarded("k7/8/8/8/8/8/8/2Q1K3 b - -", "e3", 0, false);
-  // A pinned knight never covers.
-  ExpectGuarded("k7/8/8/8/8/4N3/8/4K3 b - -", "d5", 0, false);
-  ExpectGuarded("k7/8/8/8/8/4N3/8/4K3 b - -", "d5", Bits({"e3"}), true);
-}
-
-TEST(SquareGuarded, PinnedPawnsCoverFromTheKingsDiagonalsAwayFromTheKing) {
-  // c3 lies on e1's diagonal, not next to the king.
-  ExpectGuarded("k7/8/8/8/8/2P5/8/4K3 b - -", "b4", 0, true);
-  ExpectGuarded("k7/8/8/8/8/2P5/8/4K3 b - -", "d4", 0, true);
-  // d2 is on the diagonal but next to the king.
-  ExpectGuarded("k7/8/8/8/8/8/3P4/4K3 b - -", "c3", 0, false);
-  ExpectGuarded("k7/8/8/8/8/8/3P4/4K3 b - -", "c3", Bits({"d2"}), true);
-  // e2 is on the king's file.
-  ExpectGuarded("k7/8/8/8/8/8/4P3/4K3 b - -", "d3", 0, false);
-}
 
 // Plain statement of the covering rules on the character board.
 bool GuardedReference(const Board& b, int square, Bitboard free, int them) {
@@ -797,94 +558,45 @@ void ExpectBlock(const BlockInputs& in, uint64_t expected) {
   EXPECT_EQ(BlockWhite(in), expected) << "mirror of " << in.fen;
 }
 
-TEST(BlockScan, CheckFromNextToTheKingCannotBeBlocked) {
-  // The queen on e2 could be taken by the knight; still 0.
-  ExpectBlock({"k7/8/8/8/8/2N5/4q3/4K3 b - -", "e2"}, 0);
-  ExpectBlock({"k7/8/8/8/8/2N5/4q3/4K3 b - -", "e2", ALL, ALL, ALL, ALL, ALL, ALL, ALL}, 0);
-}
-
-TEST(BlockScan, NobodyToBlockGivesZero) {
-  ExpectBlock({"k7/8/6b1/8/8/3K4/8/8 b - -", "g6"}, 0);
-  ExpectBlock({"k7/8/6b1/8/8/3K4/4P3/8 b - -", "g6", 0, 0}, 0);
-}
-
-TEST(BlockScan, PawnOntoAFreeSquareBesideTheKingSurelyBlocks) {
-  // Bishop g6 checks the king on d3; e2-e4 lands next to the king on a
-  // square nothing else of ours covers.
-  ExpectBlock({"k7/8/6b1/8/8/3K4/4P3/8 b - -", "g6"}, 256);
-  // Covered by us, the push is just recorded; a marked pusher gives flag 1.
-  ExpectBlock({"k7/8/6b1/8/8/3K4/4P3/8 b - -", "g6", Bits({"e4", "f5"})}, 0);
-  ExpectBlock({"k7/8/6b1/8/8/3K4/4P3/8 b - -", "g6", Bits({"e4", "f5"}), ALL, Bits({"e2"})}, 1);
-  // A pawn that cannot push twice past a man in the way is no pusher.
-  ExpectBlock({"k7/8/6b1/8/8/3KN3/4P3/8 b - -", "g6", 0, Bits({"e2"})}, 0);
-}
-
-TEST(BlockScan, ABlockDefendedByAPawnIsGood) {
-  // Rook e8 checks the king on e1. Ne3 blocks on a square we cover, and the
-  // pawn on d2 takes back there.
-  BlockInputs in{"k3r3/8/8/8/8/8/2NP4/4K3 b - -", "e8"};
-  in.guarded = Bits({"e2", "e3", "e4", "e5", "e6", "e7"});
-  in.exposed = ALL;
-  ExpectBlock(in, 64);
-  // With no exposed squares the pawn reaches a square another man reached.
-  in.exposed = 0;
-  ExpectBlock(in, 64 | 128);
-  // A knight that is itself a weak target makes the backed-up block a poor one.
-  in.exposed = ALL;
-  in.weakTargets = Bits({"c2"});
-  ExpectBlock(in, 1);
-  in.weakTargets = 0;
-  // The knight alone blocks only to lose the knight.
-  in.fen = "k3r3/8/8/8/8/8/2N5/4K3 b - -";
-  in.exposed = ALL;
-  ExpectBlock(in, 0);
-}
-
-TEST(BlockScan, TwoMenOnAnUncoveredSquareSurelyBlock) {
-  // Bishop h8 checks the king on a1. c2-c3 and Ne2-c3 meet on a square we
-  // do not cover.
-  BlockInputs in{"k6b/8/8/8/8/8/2P1N3/K7 b - -", "h8"};
-  ExpectBlock(in, 256);
-  // Once we cover the whole line, the knight's square is taken off the
-  // block set and only backs the push up.
-  in.guarded = Bits({"b2", "c3", "d4", "e5", "f6", "g7"});
-  ExpectBlock(in, 64 | 128);
-  in.defended = ALL;
-  ExpectBlock(in, 64);
-}
-
-TEST(BlockScan, SecondManOnACoveredSquareBesideTheKing) {
-  // Knights on d1 and d3 both reach b2, next to the king and covered by us.
-  BlockInputs in{"k6b/8/8/8/8/3N4/8/K2N4 b - -", "h8"};
-  in.guarded = Bits({"b2", "c3", "d4", "e5", "f6", "g7"});
-  in.exposed = ALL;
-  ExpectBlock(in, 16 | 4 | 1);
-  // With every square loose the first knight adds nothing weak.
-  in.loose = ALL;
-  ExpectBlock(in, 16 | 2 | 1);
-  // A marked knight adds flag 1 and nothing else.
-  in.marked = Bits({"d1"});
-  ExpectBlock(in, 16 | 2 | 1);
-}
-
-TEST(BlockScan, PawnTakingBackOnAnUncoveredBlockSquare) {
-  // Bishop h8 checks a1; d2-d4 is a push onto the line, the knight on d1
-  // reaches b2 and c3, and the pawn on d2 covers c3, which we do not guard.
-  BlockInputs in{"k6b/8/8/8/8/8/3P4/K2N4 b - -", "h8"};
-  in.guarded = Bits({"b2", "d4", "e5", "f6", "g7"});
-  in.weakTargets = Bits({"d1"});
-  in.defended = ALL;
-  in.exposed = ALL;
-  ExpectBlock(in, 8 | 1);
-}
-
-TEST(BlockScan, TheManTakenOnTheCheckSquareIsGone) {
-  // Ra4xe4+ against the king on e1: the white rook still stands on e4 in the
-  // board, but it has been taken and cannot come back to e3 or e2.
-  BlockInputs in{"k7/8/8/8/r3R3/8/2N5/4K3 b - -", "e4"};
-  in.guarded = Bits({"e2", "e3"});
-  in.vacated = "a4";
-  ExpectBlock(in, 0);
+// Black checks the white king from `square`; the flags name how White's men
+// can block: 256 sure, 64 backed up by a pawn, 128 a square another man
+// reached, 16/8/4/2 the weaker forms, 1 a marked or weak man took part.
+TEST(BlockScan, HandPositionsInBothColourCopies) {
+  const Bitboard bishopLine = Bits({"b2", "c3", "d4", "e5", "f6", "g7"});
+  const std::pair<BlockInputs, uint64_t> cases[] = {
+      // A check from next to the king cannot be blocked, whatever the sets.
+      {{.fen = "k7/8/8/8/8/2N5/4q3/4K3 b - -", .square = "e2"}, 0},
+      {{"k7/8/8/8/8/2N5/4q3/4K3 b - -", "e2", ALL, ALL, ALL, ALL, ALL, ALL, ALL}, 0},
+      // Nobody to block, or no movers.
+      {{.fen = "k7/8/6b1/8/8/3K4/8/8 b - -", .square = "g6"}, 0},
+      {{.fen = "k7/8/6b1/8/8/3K4/4P3/8 b - -", .square = "g6", .movers = 0}, 0},
+      // e2-e4 lands next to the king on a square nothing else covers; covered
+      // by us it is only recorded, a marked pusher gives flag 1; a pawn that
+      // cannot push twice past a man is no pusher.
+      {{.fen = "k7/8/6b1/8/8/3K4/4P3/8 b - -", .square = "g6"}, 256},
+      {{.fen = "k7/8/6b1/8/8/3K4/4P3/8 b - -", .square = "g6", .guarded = Bits({"e4", "f5"})}, 0},
+      {{.fen = "k7/8/6b1/8/8/3K4/4P3/8 b - -", .square = "g6", .guarded = Bits({"e4", "f5"}), .marked = Bits({"e2"})}, 1},
+      {{.fen = "k7/8/6b1/8/8/3KN3/4P3/8 b - -", .square = "g6", .movers = Bits({"e2"})}, 0},
+      // Ne3 blocks on a square we cover and d2 takes back there.
+      {{.fen = "k3r3/8/8/8/8/8/2NP4/4K3 b - -", .square = "e8", .guarded = Bits({"e2", "e3", "e4", "e5", "e6", "e7"}), .exposed = ALL}, 64},
+      {{.fen = "k3r3/8/8/8/8/8/2NP4/4K3 b - -", .square = "e8", .guarded = Bits({"e2", "e3", "e4", "e5", "e6", "e7"})}, 64 | 128},
+      {{.fen = "k3r3/8/8/8/8/8/2NP4/4K3 b - -", .square = "e8", .guarded = Bits({"e2", "e3", "e4", "e5", "e6", "e7"}), .weakTargets = Bits({"c2"}), .exposed = ALL}, 1},
+      {{.fen = "k3r3/8/8/8/8/8/2N5/4K3 b - -", .square = "e8", .guarded = Bits({"e2", "e3", "e4", "e5", "e6", "e7"}), .exposed = ALL}, 0},
+      // c2-c3 and Ne2-c3 meet on a square we do not cover; once we cover the
+      // line the knight only backs the push up.
+      {{.fen = "k6b/8/8/8/8/8/2P1N3/K7 b - -", .square = "h8"}, 256},
+      {{.fen = "k6b/8/8/8/8/8/2P1N3/K7 b - -", .square = "h8", .guarded = bishopLine}, 64 | 128},
+      {{.fen = "k6b/8/8/8/8/8/2P1N3/K7 b - -", .square = "h8", .guarded = bishopLine, .defended = ALL}, 64},
+      // Two knights reach b2, next to the king and covered by us.
+      {{.fen = "k6b/8/8/8/8/3N4/8/K2N4 b - -", .square = "h8", .guarded = bishopLine, .exposed = ALL}, 16 | 4 | 1},
+      {{.fen = "k6b/8/8/8/8/3N4/8/K2N4 b - -", .square = "h8", .guarded = bishopLine, .loose = ALL, .exposed = ALL}, 16 | 2 | 1},
+      {{.fen = "k6b/8/8/8/8/3N4/8/K2N4 b - -", .square = "h8", .guarded = bishopLine, .marked = Bits({"d1"}), .loose = ALL, .exposed = ALL}, 16 | 2 | 1},
+      // A pawn takes back on an uncovered block square.
+      {{.fen = "k6b/8/8/8/8/8/3P4/K2N4 b - -", .square = "h8", .guarded = Bits({"b2", "d4", "e5", "f6", "g7"}), .weakTargets = Bits({"d1"}), .defended = ALL, .exposed = ALL}, 8 | 1},
+      // The man taken on the check square is gone and cannot come back.
+      {{.fen = "k7/8/8/8/r3R3/8/2N5/4K3 b - -", .square = "e4", .guarded = Bits({"e2", "e3"}), .vacated = "a4"}, 0},
+  };
+  for (const auto& [in, expected] : cases) ExpectBlock(in, expected);
 }
 
 TEST(BlockScan, RandomInputsMirrorAndNeedMovers) {

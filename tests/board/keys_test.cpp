@@ -98,72 +98,12 @@ TEST(KeyTables, PawnRowsEqualPieceRowsAboveBitFour) {
   EXPECT_GT(changed, 12 * 64 * 9 / 10);
 }
 
-TEST(KeyTables, PawnKeyStartIsTheWhitePawnOnA1) {
-  EXPECT_EQ(PAWN_KEY_START, 0x27c06528b11258a8ull);
-  EXPECT_EQ(PAWN_KEYS[PAWN_INDEX][0], PAWN_KEY_START);
-  EXPECT_EQ(PIECE_KEYS[PAWN_INDEX][0] >> 5, PAWN_KEY_START >> 5);
-}
-
 TEST(KeyTables, CastlingKeysAreLinear) {
-  EXPECT_EQ(CASTLING_KEYS[0], 0u);
-  EXPECT_EQ(CASTLING_KEYS[1], 0xc587778e1c593fa8ull);
-  EXPECT_EQ(CASTLING_KEYS[2], 0xf1a05aa56ecaa853ull);
-  EXPECT_EQ(CASTLING_KEYS[4], 0x3f7e0754a47719ecull);
-  EXPECT_EQ(CASTLING_KEYS[8], 0xa7a6ae9ffd6151f2ull);
   for (int a = 0; a < 16; ++a)
     for (int b = 0; b < 16; ++b)
       EXPECT_EQ(CASTLING_KEYS[a ^ b], CASTLING_KEYS[a] ^ CASTLING_KEYS[b]) << a << " " << b;
   std::set<uint64_t> distinct(CASTLING_KEYS.begin(), CASTLING_KEYS.end());
   EXPECT_EQ(distinct.size(), 16u);
-}
-
-TEST(KeyTables, FreeWordsAreDistinctAndMixed) {
-  std::set<uint64_t> words;
-  int ones[64] = {};
-  for (const auto& row : PIECE_KEYS)
-    for (uint64_t w : row) {
-      words.insert(w);
-      for (int b = 0; b < 64; ++b) ones[b] += (w >> b) & 1;
-    }
-  for (uint64_t w : EP_KEYS) words.insert(w);
-  words.insert(SIDE_KEY);
-  for (int r : {1, 2, 4, 8}) words.insert(CASTLING_KEYS[r]);
-  for (uint64_t w : {WHITE_BISHOP_DARK_KEY, WHITE_BISHOP_LIGHT_KEY, BLACK_BISHOP_DARK_KEY,
-                     BLACK_BISHOP_LIGHT_KEY})
-    words.insert(w);
-  EXPECT_EQ(words.size(), 768u + 8 + 1 + 4 + 4);
-  EXPECT_EQ(words.count(0), 0u);
-  // Every bit is set in about half of the piece words (binomial 768, 1/2:
-  // the bounds are more than seven standard deviations out).
-  for (int b = 0; b < 64; ++b) {
-    EXPECT_GT(ones[b], 284) << b;
-    EXPECT_LT(ones[b], 484) << b;
-  }
-}
-
-TEST(KeyTables, CastlingRookWordsAreTheRookMoves) {
-  // The constant is what moving the rook does to the key of a real position.
-  struct Case {
-    const char* before;
-    const char* after;
-    uint64_t constant;
-  };
-  const Case cases[] = {
-      {"4k3/8/8/8/8/8/8/4K2R w - - 0 1", "4k3/8/8/8/8/8/8/4KR2 w - - 0 1", WHITE_SHORT_ROOK_KEY},
-      {"4k3/8/8/8/8/8/8/R3K3 w - - 0 1", "4k3/8/8/8/8/8/8/3RK3 w - - 0 1", WHITE_LONG_ROOK_KEY},
-      {"4k2r/8/8/8/8/8/8/4K3 w - - 0 1", "4kr2/8/8/8/8/8/8/4K3 w - - 0 1", BLACK_SHORT_ROOK_KEY},
-      {"r3k3/8/8/8/8/8/8/4K3 w - - 0 1", "3rk3/8/8/8/8/8/8/4K3 w - - 0 1", BLACK_LONG_ROOK_KEY},
-  };
-  for (const Case& c : cases) {
-    auto before = RecordOf(FromFen(c.before));
-    auto after = RecordOf(FromFen(c.after));
-    EXPECT_EQ(PositionKey(before.get(), WHITE) ^ PositionKey(after.get(), WHITE), c.constant)
-        << c.before;
-  }
-  EXPECT_EQ(WHITE_SHORT_ROOK_KEY, PIECE_KEYS[ROOK_INDEX][7] ^ PIECE_KEYS[ROOK_INDEX][5]);
-  EXPECT_EQ(WHITE_LONG_ROOK_KEY, PIECE_KEYS[ROOK_INDEX][0] ^ PIECE_KEYS[ROOK_INDEX][3]);
-  EXPECT_EQ(BLACK_SHORT_ROOK_KEY, PIECE_KEYS[ROOK_INDEX + 1][63] ^ PIECE_KEYS[ROOK_INDEX + 1][61]);
-  EXPECT_EQ(BLACK_LONG_ROOK_KEY, PIECE_KEYS[ROOK_INDEX + 1][56] ^ PIECE_KEYS[ROOK_INDEX + 1][59]);
 }
 
 // --- Position key ------------------------------------------------------------
@@ -195,23 +135,6 @@ TEST(KeyPosition, EnPassantSquareAddsItsFileKey) {
         << fen;
     EXPECT_EQ(PawnKey(with.get()), PawnKey(without.get()));
   }
-  // Black to move, target on the third rank: the same file key.
-  Board b = FromFen("4k3/8/8/8/3pP3/8/8/4K3 b - e3 0 1");
-  ASSERT_EQ(b.EpSquare(), 20);
-  auto with = RecordOf(b);
-  auto without = RecordOf(b);
-  without->state.epSquare = 0;
-  EXPECT_EQ(PositionKey(with.get(), BLACK) ^ PositionKey(without.get(), BLACK), EP_KEYS[4]);
-}
-
-TEST(KeyPosition, MovingAManChangesTheKeyByItsTwoSquares) {
-  Board b;
-  auto before = RecordOf(b);
-  ASSERT_TRUE(b.PlayText("g1f3"));
-  auto after = RecordOf(b);
-  EXPECT_EQ(PositionKey(before.get(), WHITE) ^ PositionKey(after.get(), BLACK),
-            PIECE_KEYS[KNIGHT_INDEX][6] ^ PIECE_KEYS[KNIGHT_INDEX][21] ^ SIDE_KEY);
-  EXPECT_EQ(PawnKey(before.get()), PawnKey(after.get()));
 }
 
 TEST(KeyPosition, LosingCastlingRightsChangesKeyAndPawnKeyAlike) {
@@ -241,27 +164,6 @@ TEST(KeyPosition, DistinctPositionsHaveDistinctKeys) {
 }
 
 // --- Pawn key ------------------------------------------------------------------
-
-TEST(KeyPawn, EmptyOfPawnsAndBishopsIsStartAndKings) {
-  auto r = RecordOf(FromFen("4k3/8/8/8/8/8/8/4K3 w - - 0 1"));
-  EXPECT_EQ(PawnKey(r.get()),
-            PAWN_KEY_START ^ PAWN_KEYS[KING_INDEX][4] ^ PAWN_KEYS[KING_INDEX + 1][60]);
-}
-
-TEST(KeyPawn, BishopTermsFollowSquareColour) {
-  auto none = RecordOf(FromFen("4k3/8/8/8/8/8/8/4K3 w - - 0 1"));
-  auto light = RecordOf(FromFen("4k3/8/8/8/8/8/8/1B2K3 w - - 0 1"));   // b1 is light
-  auto light2 = RecordOf(FromFen("4k3/8/8/8/3B4/8/8/4K3 w - - 0 1"));  // d4 is dark
-  auto dark = RecordOf(FromFen("4k3/8/8/8/8/8/8/2B1K3 w - - 0 1"));    // c1 is dark
-  auto blackLight = RecordOf(FromFen("2b1k3/8/8/8/8/8/8/4K3 w - - 0 1"));  // c8 is light
-  auto blackDark = RecordOf(FromFen("4kb2/8/8/8/8/8/8/4K3 w - - 0 1"));   // f8 is dark
-  uint64_t base = PawnKey(none.get());
-  EXPECT_EQ(PawnKey(light.get()) ^ base, WHITE_BISHOP_LIGHT_KEY);
-  EXPECT_EQ(PawnKey(light2.get()) ^ base, WHITE_BISHOP_DARK_KEY);
-  EXPECT_EQ(PawnKey(dark.get()) ^ base, WHITE_BISHOP_DARK_KEY);
-  EXPECT_EQ(PawnKey(blackLight.get()) ^ base, BLACK_BISHOP_LIGHT_KEY);
-  EXPECT_EQ(PawnKey(blackDark.get()) ^ base, BLACK_BISHOP_DARK_KEY);
-}
 
 TEST(KeyPawn, SharedExactlyByEqualPawnStructures) {
   std::map<uint64_t, std::string> byKey;
@@ -306,20 +208,6 @@ TEST(KeySignature, StepsAreTheSumsOfTheirFields) {
     auto record = RecordOf(b);
     EXPECT_EQ(MaterialSignature(record.get()), SignatureFromCounts(b)) << c.fen;
   }
-}
-
-TEST(KeySignature, StartPositionFields) {
-  auto start = RecordOf(Board());
-  uint64_t s = MaterialSignature(start.get());
-  EXPECT_EQ(s >> 56, 32u);
-  EXPECT_EQ((s >> 17) & 0xff, 128u);
-  EXPECT_EQ((s >> 25) & 0x1ff, 256u);
-  EXPECT_EQ(s & 0x1ffff, 118097u);  // the last entry of the 118098-entry material table
-  EXPECT_EQ((s >> 34) & 0xf, 0xfu);  // one bishop of each colour on each square colour
-  EXPECT_EQ((s >> 38) & 3, 3u);      // one queen each
-  for (int shift : {40, 42, 44, 46, 48, 50}) EXPECT_EQ((s >> shift) & 3, 2u) << shift;
-  EXPECT_EQ((s >> 52) & 0xf, 0u);
-  EXPECT_EQ((s >> 7 & 0x3fc00) - 0x20000, 0u);
 }
 
 TEST(KeySignature, MatchesFieldCountsOnRandomPositions) {

@@ -89,29 +89,6 @@ std::vector<int> Ascending(std::initializer_list<const char*> names) {
 }
 
 template <int Us>
-void DoubleCheckGivesKingMovesOnly() {
-  // Rook e8 and knight d3 both check the king on e1; c2xd3 would take one.
-  Load<Us>("4r2k/8/8/8/8/3n4/2P5/4K3 w - -");
-  const auto moves = Evasions<Us>();
-  for (Move m : moves) {
-    EXPECT_EQ(Mover(m), CLASS_KING) << MoveToText(m);
-    EXPECT_EQ(move_from(m), S<Us>("e1"));
-  }
-  // f2 is the knight's, e2 the rook's; d2 is free.
-  EXPECT_EQ(Destinations(moves), Ascending<Us>({"d1", "f1", "d2"}));
-
-  // The knight alone: now the pawn takes it.
-  Load<Us>("4k3/8/8/8/8/3n4/2P5/4K3 w - -");
-  const auto single = NonKingMoves(Evasions<Us>());
-  ASSERT_EQ(single.size(), 1u);
-  EXPECT_EQ(single[0] & MOVE_IDENTITY, FromTo(S<Us>("c2"), S<Us>("d3")));
-}
-
-TEST(Evasions, DoubleCheckGivesOnlyKingMovesEvenWhenACheckerCanBeTaken) {
-  FOR_BOTH_COLOURS(DoubleCheckGivesKingMovesOnly);
-}
-
-template <int Us>
 void EnPassantAnswersOnlyTheCheckingPawn() {
   // d7-d5 checks the king on e4; e5xd6 removes the checker.
   Load<Us>("4k3/8/8/3pP3/4K3/8/8/8 w - d6");
@@ -187,22 +164,6 @@ TEST(Evasions, KnightCheckIsAnsweredOnlyOnItsSquareAndKingMovesComeFirstWithThei
   FOR_BOTH_COLOURS(KnightCheckIsAnsweredOnItsSquare);
   ResetOrderingTables();
 }
-
-template <int Us>
-void PinnedMenStayOut() {
-  // Rook e5 checks. The knight d2 (pinned by a5) could block on e4 and the
-  // bishop g3 (pinned by h4) could take on e5; only the free rook h5 may.
-  Load<Us>("4k3/8/8/b3r2R/7b/6B1/3N4/4K3 w - -");
-  const auto moves = Evasions<Us>();
-  const auto others = NonKingMoves(moves);
-  ASSERT_EQ(others.size(), 1u);
-  EXPECT_EQ(others[0] & MOVE_IDENTITY, FromTo(S<Us>("h5"), S<Us>("e5")));
-  EXPECT_EQ(Mover(others[0]), CLASS_ROOK);
-  EXPECT_EQ(Victim(others[0]), CLASS_ROOK);
-  EXPECT_EQ(Destinations(moves).size(), 4u);
-}
-
-TEST(Evasions, PinnedMenNeitherTakeNorBlock) { FOR_BOTH_COLOURS(PinnedMenStayOut); }
 
 // Promotion classes of the non-king answers, in list order.
 std::vector<int> PromotionClasses(const std::vector<Move>& moves) {
@@ -291,7 +252,8 @@ auto Zero() {
   return [](Move m) { EXPECT_EQ(m, 0u); };
 }
 
-TEST(HashMoveToMove, PawnWordsAreCompletedOnlyForwardAndOverFreeSquares) {
+TEST(HashMoveToMove, OnlyWordsOfPossibleMovesAreCompleted) {
+  constexpr Move kCastle = 0x220100;
   RunHashCases({
       // A step: mover class 3, kind bit 26, the quiet bit 17.
       {"4k3/8/8/4P3/8/8/8/4K3 w - -", "e5", "e6", Exactly(LOW_PAWN, "e5", "e6")},
@@ -307,11 +269,7 @@ TEST(HashMoveToMove, PawnWordsAreCompletedOnlyForwardAndOverFreeSquares) {
       {"k7/4P3/8/8/8/8/8/4K3 w - -", "e7", "e8", Exactly(LOW_PAWN | 0x5140000000000, "e7", "e8")},
       // Taking a rook there: (r ^ 0x20000) & mask = 0x0800000030000000, victim class 6.
       {"k2r4/4P3/8/8/8/8/8/4K3 w - -", "e7", "d8", Exactly(0x08051400340000c0, "e7", "d8")},
-  });
-}
-
-TEST(HashMoveToMove, EnPassantWordGetsItsBitAndThePawnVictim) {
-  RunHashCases({
+      // En passant gets its bit and the pawn victim, only with the square set.
       {"4k3/8/8/3pP3/8/8/8/4K3 w - d6", "e5", "d6",
        [](Move m) {
          EXPECT_EQ(m & 0xffff, FromTo(Sq("e5"), Sq("d6")) | 0xc0);
@@ -325,13 +283,8 @@ TEST(HashMoveToMove, EnPassantWordGetsItsBitAndThePawnVictim) {
          EXPECT_FALSE(Bit(m, 58));
          EXPECT_EQ(Victim(m), 0);
        }},
-  });
-}
-
-TEST(HashMoveToMove, CastlingNeedsTheRightAndAFreePassageSquare) {
-  // King word & 0x7e001c0 = 0x200100, with the quiet bit 0x20000.
-  constexpr Move kCastle = 0x220100;
-  RunHashCases({
+      // Castling needs the right and a free passage square; a king word
+      // & 0x7e001c0 is 0x200100, with the quiet bit 0x20000.
       {"4k3/8/8/8/8/8/8/R3K2R w KQ -", "e1", "g1",
        [](Move m) {
          EXPECT_EQ(m, FromTo(Sq("e1"), Sq("g1")) | kCastle);
@@ -346,11 +299,7 @@ TEST(HashMoveToMove, CastlingNeedsTheRightAndAFreePassageSquare) {
       {"4k3/8/8/8/8/8/8/R2QK2R w KQ -", "e1", "c1", Zero()},  // d1 taken
       // b1 is not looked at: the search's own test after the make decides.
       {"4k3/8/8/8/8/8/8/RN2K2R w KQ -", "e1", "c1", Exactly(kCastle, "e1", "c1")},
-  });
-}
-
-TEST(HashMoveToMove, WordsFromEmptyOrEnemySquaresOrOntoOwnMenOrTheKingGiveZero) {
-  RunHashCases({
+      // Words from empty or enemy squares, onto own men or the king: zero.
       {"4k3/8/8/8/8/8/4P3/4K3 w - -", "e3", "e4", Zero()},   // nothing there
       {"4k3/8/8/8/8/8/4P3/4K3 w - -", "e1", "e2", Zero()},   // onto our pawn
       {"4k3/8/8/8/8/8/4P3/4K3 w - -", "e8", "e7", Zero()},   // their king
@@ -359,11 +308,6 @@ TEST(HashMoveToMove, WordsFromEmptyOrEnemySquaresOrOntoOwnMenOrTheKingGiveZero) 
       // (kind bit 23, class 6), with the quiet bit 0x20000; no stake beyond it.
       {"4k3/8/8/8/8/8/8/4R1K1 w - -", "e1", "e5", Exactly(0x820180, "e1", "e5")},
   });
-}
-
-TEST(HashMoveSetup, MirrorFenReversesRanksColoursRightsAndPassantRank) {
-  EXPECT_EQ(MirrorFen("r3k2r/8/8/3pP3/8/8/8/R3K2R w Kq d6"), "r3k2r/8/8/8/3Pp3/8/8/R3K2R b Qk d3");
-  EXPECT_EQ(MirrorFen("4k3/8/8/8/8/8/4P3/1NBQK2R b - -"), "1nbqk2r/4p3/8/8/8/8/8/4K3 w - -");
 }
 
 // ===========================================================================
@@ -487,79 +431,26 @@ void QuietOrderValues() {
   expected[3] += Move(100) << 32;
   expected[6] += Move(7) << 32;
   EXPECT_EQ(RunQuiets<Us>(node, 0), Descending(expected));
-}
 
-TEST_F(QuietList, OrderValueIsHistoryPlusTheClassBonusOfAThreatenedMan) { FOR_BOTH_COLOURS(QuietOrderValues); }
-
-template <int Us>
-void QuietMenOutsideOwnMen() {
-  ClearOrderingTables();
-  Load<Us>(QUIET_FEN);
-  NodeRecord stack[4] = {};
-  NodeRecord* node = &stack[1];
-  QuietMaps<Us>(node);
-  // Knight, bishop, rook and queen out of ownMen: the queen still moves.
+  // Knight, bishop and rook out of ownMen give no quiets; the queen still moves.
+  SetThreatened<Us>(node, 0);
   node->ownMen = Set<Us>({"e1", "e2"});
-  std::vector<Move> expected;
+  expected.clear();
   for (Move m : QuietExample<Us>([](const char*, uint64_t) { return uint64_t(2048); })) {
     const int cls = Mover(m);
     if (cls == CLASS_PAWN || cls == CLASS_KING || cls == CLASS_QUEEN) expected.push_back(m);
   }
+  expected[3] += Move(7) << 32;  // d1d2
   EXPECT_EQ(RunQuiets<Us>(node, 0), Descending(expected));
 }
 
-TEST_F(QuietList, MenOutsideOwnMenGiveNoQuietsButQueensAlwaysDo) { FOR_BOTH_COLOURS(QuietMenOutsideOwnMen); }
+TEST_F(QuietList, OrderValueIsHistoryPlusTheClassBonusOfAThreatenedMan) { FOR_BOTH_COLOURS(QuietOrderValues); }
 
 // The previous move of the examples: their pawn e7-e5.
 template <int Us>
 Move PreviousMove() {
   return FromTo(S<Us>("e7"), S<Us>("e5")) | 0xc0;
 }
-
-template <int Us>
-void ReplyMarks() {
-  ClearOrderingTables();
-  Load<Us>(QUIET_FEN);
-  NodeRecord stack[4] = {};
-  NodeRecord* node = &stack[1];
-  QuietMaps<Us>(node);
-  SetThreatened<Us>(node, 0);
-  // A rook step with a history rating close to the ceiling.
-  History<Us>(0, "h2", CLASS_ROOK) = 30000;
-  node->killers[0] = FromTo(S<Us>("b1"), S<Us>("c3")) | 0x40;
-  node->killers[1] = FromTo(S<Us>("d1"), S<Us>("c2")) | 0x140;
-  stack[0].currentMove = PreviousMove<Us>();
-  const int index = int(PreviousMove<Us>() & 0x1ff);
-  CounterMoves[index][0] = uint16_t(FromTo(S<Us>("e1"), S<Us>("f1")) | 0x100);
-  CounterMoves[index][1] = uint16_t(FromTo(S<Us>("c1"), S<Us>("b2")) | 0x80);
-
-  const auto list = RunQuiets<Us>(node, 0);
-  ASSERT_EQ(list.size(), 11u);
-  // Each mark replaces the order field: killer 1 over killer 2 over the
-  // counters, all above any rating.
-  EXPECT_EQ(list[0], (FromTo(S<Us>("b1"), S<Us>("c3")) ^ LOW_KNIGHT) | 0x1c00000000000);
-  EXPECT_EQ(list[1], (FromTo(S<Us>("d1"), S<Us>("c2")) ^ LOW_QUEEN) | 0x1a00000000000);
-  EXPECT_EQ(list[2], (FromTo(S<Us>("e1"), S<Us>("f1")) ^ LOW_KING) | 0xe00000000000);
-  EXPECT_EQ(list[3], (FromTo(S<Us>("c1"), S<Us>("b2")) ^ LOW_BISHOP) | 0xc00000000000);
-  EXPECT_EQ(list[4], Quiet<Us>("h1", "h2", LOW_ROOK, 2048 + 30000));
-  for (size_t i = 5; i < list.size(); ++i) EXPECT_EQ(list[i] >> 32, 2048u) << i;
-  EXPECT_TRUE(std::is_sorted(list.begin(), list.end(), std::greater<Move>()));
-
-  // No previous move: no counters.
-  stack[0].currentMove = 0;
-  const auto noCounters = RunQuiets<Us>(node, 0);
-  for (Move m : noCounters)
-    if ((m & MOVE_IDENTITY) == FromTo(S<Us>("e1"), S<Us>("f1"))) {
-      EXPECT_EQ(m >> 32, 2048u);
-    }
-
-  // A move that is both killer 1 and counter 1 takes the killer's mark.
-  stack[0].currentMove = PreviousMove<Us>();
-  CounterMoves[index][0] = uint16_t(FromTo(S<Us>("b1"), S<Us>("c3")) | 0x40);
-  EXPECT_EQ(RunQuiets<Us>(node, 0)[0], (FromTo(S<Us>("b1"), S<Us>("c3")) ^ LOW_KNIGHT) | 0x1c00000000000);
-}
-
-TEST_F(QuietList, KillersThenCountersThenHistory) { FOR_BOTH_COLOURS(ReplyMarks); }
 
 template <int Us>
 void KillerCheckBit() {
@@ -596,68 +487,6 @@ void KillerCheckBit() {
 }
 
 TEST_F(QuietList, AKillerProvedWithCheckMarksOnlyTheCheckingForm) { FOR_BOTH_COLOURS(KillerCheckBit); }
-
-template <int Us>
-void WordsAlreadyThereAreSorted() {
-  ClearOrderingTables();
-  Load<Us>(QUIET_FEN);
-  NodeRecord stack[4] = {};
-  NodeRecord* node = &stack[1];
-  QuietMaps<Us>(node);
-  SetThreatened<Us>(node, 0);
-  const Move low = Quiet<Us>("h1", "h3", LOW_ROOK, 1000);
-  const Move high = Quiet<Us>("h1", "h4", LOW_ROOK, 4096);
-  const auto list = RunQuiets<Us>(node, 0, {low, high});
-  std::vector<Move> expected = QuietExample<Us>([](const char*, uint64_t) { return uint64_t(2048); });
-  expected.push_back(low);
-  expected.push_back(high);
-  EXPECT_EQ(list, Descending(expected));
-  EXPECT_EQ(list.front(), high);
-  EXPECT_EQ(list.back(), low);
-}
-
-TEST_F(QuietList, WordsAlreadyInTheListTakePartInTheSort) { FOR_BOTH_COLOURS(WordsAlreadyThereAreSorted); }
-
-template <int Us>
-void ShuffledMarksKillersOnly() {
-  ClearOrderingTables();
-  Load<Us>(QUIET_FEN);
-  NodeRecord stack[4] = {};
-  NodeRecord* node = &stack[1];
-  QuietMaps<Us>(node);
-  // Bonuses would push many values past 15 bits: the shuffled list has none.
-  SetThreatened<Us>(node, position.colourBits[Us]);
-  node->killers[0] = FromTo(S<Us>("b1"), S<Us>("c3")) | 0x40;
-  stack[0].currentMove = PreviousMove<Us>();
-  CounterMoves[PreviousMove<Us>() & 0x1ff][0] = uint16_t(FromTo(S<Us>("e1"), S<Us>("f1")) | 0x100);
-  const Move already = Quiet<Us>("h1", "h4", LOW_ROOK, 0xffff) | (Move(1) << 60);
-
-  for (int round = 0; round < 20; ++round) {
-    Move list[256] = {already, 0};
-    Move* end = GenerateQuietsShuffled<Us>(list, node);
-    ASSERT_EQ(*end, 0u);
-    const std::vector<Move> words = Words(list, end);
-    ASSERT_EQ(words.size(), 12u);
-    EXPECT_TRUE(std::is_sorted(words.begin(), words.end(), std::greater<Move>()));
-    // The word already there keeps all but its order field, now 15 bits.
-    EXPECT_EQ(words[0] & ~Move(0xffff00000000), already & ~Move(0xffff00000000));
-    EXPECT_LT(words[0] >> 32 & 0xffff, 0x8000u);
-    EXPECT_EQ(words[1], (FromTo(S<Us>("b1"), S<Us>("c3")) ^ LOW_KNIGHT) | 0x1c00000000000);
-    std::vector<Move> identities;
-    for (size_t i = 2; i < words.size(); ++i) {
-      EXPECT_LT(words[i] >> 32, 0x8000u) << MoveToText(words[i]) << ": no bonus, no counter mark";
-      identities.push_back(words[i] & 0xffffffff);
-    }
-    std::vector<Move> expected;
-    for (Move m : QuietExample<Us>([](const char*, uint64_t) { return uint64_t(0); }))
-      if ((m & MOVE_IDENTITY) != FromTo(S<Us>("b1"), S<Us>("c3"))) expected.push_back(m);
-    std::sort(identities.begin(), identities.end());
-    std::sort(expected.begin(), expected.end());
-    EXPECT_EQ(identities, expected);
-  }
-}
-
-TEST_F(QuietList, ShuffledListMarksKillersButNotCounters) { FOR_BOTH_COLOURS(ShuffledMarksKillersOnly); }
 
 // ===========================================================================
 // Gain-filtered quiet lists

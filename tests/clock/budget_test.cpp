@@ -60,57 +60,45 @@ class Budget : public testing::Test {
   }
 };
 
-TEST_F(Budget, EqualClocksWithoutIncrement) {
-  // reserve 3000, avail 56750: 56750 / 60 * 80 / 100 and 56750 / 6.
-  Go("go wtime 60000 btime 60000");
-  EXPECT_EQ(target_time, 756);
-  EXPECT_EQ(max_time, 9458);
-  EXPECT_TRUE(play_mode);
-  EXPECT_EQ(contempt, 15);
-
-  // A position the last search did not expect gets more time, but no more
-  // of the hard limit.
-  expected_key = ~position.state.key;
-  Go("go wtime 60000 btime 60000");
-  EXPECT_EQ(target_time, 1360);
-  EXPECT_EQ(max_time, 9458);
-
-  // A pondering front end gives the engine the opponent's time as well.
-  expected_key = position.state.key;
-  ponder_option = true;
-  Go("go wtime 60000 btime 60000");
-  EXPECT_EQ(target_time, 756 * 16 / 10);
-}
-
-TEST_F(Budget, OnlyTheOwnClockCounts) {
-  SetPositionFromFen("rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq -");
-  expected_key = position.state.key;
-  Go("go wtime 1000 btime 60000 winc 5000");
-  EXPECT_EQ(target_time, 756);
-  EXPECT_EQ(max_time, 9458);
-  EXPECT_EQ(contempt, -15);
-}
-
-TEST_F(Budget, MovesToGo) {
-  // avail 59750; share 1493: target 1194, hard limit 11944 (below m3).
-  Go("go wtime 60000 btime 60000 movestogo 20");
-  EXPECT_EQ(target_time, 1194);
-  EXPECT_EQ(max_time, 11944);
-}
-
-TEST_F(Budget, Increments) {
-  // An increment of a sixtieth of the clock or more: the B divisor, half the
-  // clock as the hard share, and the increment on top of both.
-  Go("go wtime 60000 btime 60000 winc 1000 binc 1000");
-  EXPECT_EQ(target_time, 1357 * 80 / 100 + 800);
-  EXPECT_EQ(max_time, 29875 + 2000);
-
-  // A smaller one blends the divisors: (500 * 60 + 500 * 44) / 1000 = 52
-  // and (500 * 6 + 1000) / 1000 = 4.
-  Go("go wtime 60000 btime 60000 winc 500 binc 500");
-  EXPECT_EQ(target_time, 59750 / 52 * 80 / 100 + 400);
-  EXPECT_EQ(max_time, 59750 / 4 + 1000);
-
+// Target and hard limit of the clock words, each from a fresh game.
+TEST_F(Budget, TargetAndHardLimitOfTheClockWords) {
+  const char* blackToMove = "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq -";
+  const struct {
+    const char* fen;
+    bool surprise, ponder;
+    const char* go;
+    int64_t target, max;
+  } cases[] = {
+      // reserve 3000, avail 56750: 56750 / 60 * 80 / 100 and 56750 / 6.
+      {START_FEN, false, false, "go wtime 60000 btime 60000", 756, 9458},
+      // A position the last search did not expect gets more time, but no
+      // more of the hard limit; a pondering front end gives the engine the
+      // opponent's time as well.
+      {START_FEN, true, false, "go wtime 60000 btime 60000", 1360, 9458},
+      {START_FEN, false, true, "go wtime 60000 btime 60000", 756 * 16 / 10, 9458},
+      // Only the own clock counts.
+      {blackToMove, false, false, "go wtime 1000 btime 60000 winc 5000", 756, 9458},
+      // avail 59750, share 1493: target 1194, hard limit 11944 (below the share bound).
+      {START_FEN, false, false, "go wtime 60000 btime 60000 movestogo 20", 1194, 11944},
+      // An increment of a sixtieth of the clock or more: the B divisor, half
+      // the clock as the hard share, and the increment on top of both.
+      {START_FEN, false, false, "go wtime 60000 btime 60000 winc 1000 binc 1000", 1357 * 80 / 100 + 800, 29875 + 2000},
+      // A smaller one blends the divisors: (500 * 60 + 500 * 44) / 1000 = 52
+      // and (500 * 6 + 1000) / 1000 = 4.
+      {START_FEN, false, false, "go wtime 60000 btime 60000 winc 500 binc 500", 59750 / 52 * 80 / 100 + 400, 59750 / 4 + 1000},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.go);
+    new_game_reset();
+    SetPositionFromFen(c.fen);
+    expected_key = c.surprise ? ~position.state.key : position.state.key;
+    ponder_option = c.ponder;
+    Go(c.go);
+    EXPECT_EQ(target_time, c.target);
+    EXPECT_EQ(max_time, c.max);
+    EXPECT_TRUE(play_mode);
+    EXPECT_EQ(contempt, sideToMove == WHITE ? 15 : -15);
+  }
   // Only an increment, no clock left: the least move time, not nothing.
   Go("go wtime 0 btime 0 winc 100");
   EXPECT_GE(target_time, 5);
@@ -180,18 +168,6 @@ TEST_F(Budget, WordsWithoutClock) {
   EXPECT_EQ(contempt, 15);
   Go("go wtime 1000 btime 1000 contempt 40");
   EXPECT_EQ(contempt, 40);
-}
-
-TEST_F(Budget, LimitedStrengthDepths) {
-  EXPECT_EQ(limited_strength_depth(1200), 2);
-  EXPECT_EQ(limited_strength_depth(1419), 2);
-  EXPECT_EQ(limited_strength_depth(1420), 4);
-  EXPECT_EQ(limited_strength_depth(1959), 8);
-  EXPECT_EQ(limited_strength_depth(2099), 10);
-  EXPECT_EQ(limited_strength_depth(2100), 12);
-  EXPECT_EQ(limited_strength_depth(2809), 30);
-  EXPECT_EQ(limited_strength_depth(2810), 32);
-  EXPECT_EQ(limited_strength_depth(4000), 32);
 }
 
 // The check's rules at a given elapsed time.

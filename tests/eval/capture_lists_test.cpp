@@ -2,8 +2,8 @@
 // classified and where an unsafe one goes, the king-capture priority of a
 // back-rank mate, castling checks and quiet threats by variant, the targets
 // and the hash move, the line masks and the men that lose their quiet moves
-// to a pin. Each case is told for White and run on the mirrored position for
-// Black; a last test compares the two copies on every case and variant.
+// to a pin. The cases are told for White; a last test runs every one of them
+// mirrored through Black's copy, which must give the mirrored lists and maps.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -25,16 +25,14 @@ namespace {
 
 using namespace mirrored;
 
-constexpr Move LOW_PAWN = 0x40200c0, LOW_KNIGHT = 0x2060040, LOW_ROOK = 0x8a0180, LOW_KING = 0x230100;
 constexpr Move PRIORITY = 0xfffe000000000000;  // bits 49-63
+constexpr Move BIT60 = Move(1) << 60;
 constexpr int ALL_VARIANTS[] = {QUIESCE_NARROW,  QUIESCE_MIDDLE, QUIESCE_WIDE,      CAPTURES_NARROW,
                                 CAPTURES_WIDE,   RESTRICTED_HIGH, RESTRICTED_MIDDLE, RESTRICTED_LOW};
 
-bool Bit(Move m, int n) { return m >> n & 1; }
-
-bool ListsCastlingChecks(int variant) { return variant >= QUIESCE_WIDE; }
-bool ListsAllThreats(int variant) { return variant == CAPTURES_WIDE || variant == RESTRICTED_LOW; }
-int Victim(Move m) { return int(m >> 27 & 7); }
+// A victim class in the word, and nothing else in its field.
+constexpr Move Victim(int cls) { return Move(cls) << 27; }
+constexpr Move NotVictim(int cls) { return Move(7 ^ cls) << 27; }
 
 template <int Us>
 Bitboard RunVariant(int variant, Move* list, Bitboard targets, NodeRecord* node, Move hash) {
@@ -62,12 +60,6 @@ struct Listing {
     std::vector<Move> out;
     for (Move m : moves)
       if ((m & MOVE_IDENTITY) == FromTo(from, to)) out.push_back(m);
-    return out;
-  }
-  std::vector<Move> Threats() const {
-    std::vector<Move> out;
-    for (Move m : moves)
-      if (m & THREAT_MARK) out.push_back(m);
     return out;
   }
 };
@@ -110,433 +102,223 @@ class CaptureLists : public ::testing::Test {
 };
 
 // ---------------------------------------------------------------------------
-// Checks
+// Words and quiet maps
 
-template <int Us>
-void SafeAndUnsafeQuietChecks() {
-  const int a1 = S<Us>("a1"), a8 = S<Us>("a8"), e1 = S<Us>("e1");
-  // The rook checks from a8 along the last rank and from e1 up the file;
-  // nothing of theirs reaches either square.
-  Load<Us>("4k3/8/8/8/8/8/8/R5K1 w - -");
-  for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    const Listing l = MakeList<Us>(variant);
-    for (int to : {a8, e1}) {
-      const auto words = l.Of(a1, to);
-      ASSERT_EQ(words.size(), 1u) << to;
-      const Move m = words[0];
-      EXPECT_EQ(m & 0xffffffff, (FromTo(a1, to) ^ LOW_ROOK) | MOVE_CHECK | MOVE_EXEMPT);
-      EXPECT_NE(m & PRIORITY, 0u);
-      EXPECT_EQ(m & THREAT_MARK, 0u);
-    }
-    EXPECT_EQ(l.Targets(a1), Set<Us>({"a2", "a3", "a4", "a5", "a6", "a7", "b1", "c1", "d1", "f1"}));
-  }
+// Which variants a row speaks for.
+enum Variants { EVERY, CASTLING_CHECKS, NO_CASTLING_CHECKS, ALL_THREATS, NOT_ALL_THREATS, DOUBLE_THREATS,
+                NO_DOUBLE_THREATS };
 
-  // A knight on c7 covers a8: that check would lose the rook. It is left to
-  // the quiet list; e1 stays a listed check. (The wide lists also take a7
-  // and c1, where the rook attacks the loose knight.)
-  Load<Us>("4k3/2n5/8/8/8/8/8/R5K1 w - -");
-  for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    const Listing l = MakeList<Us>(variant);
-    EXPECT_TRUE(l.Of(a1, a8).empty());
-    ASSERT_EQ(l.Of(a1, e1).size(), 1u);
-    EXPECT_TRUE(l.Of(a1, e1)[0] & MOVE_CHECK);
-    const Bitboard threats = ListsAllThreats(variant) ? Set<Us>({"a7", "c1"}) : 0;
-    EXPECT_EQ(l.Targets(a1),
-              Set<Us>({"a2", "a3", "a4", "a5", "a6", "a7", "a8", "b1", "c1", "d1", "f1"}) & ~threats);
-    EXPECT_EQ(l.Threats().size(), size_t(popcount(threats)));
+bool Covers(Variants v, int variant) {
+  const bool castling = variant >= QUIESCE_WIDE;
+  const bool all = variant == CAPTURES_WIDE || variant == RESTRICTED_LOW;
+  const bool doubles = all || variant == RESTRICTED_MIDDLE;
+  switch (v) {
+    case CASTLING_CHECKS: return castling;
+    case NO_CASTLING_CHECKS: return !castling;
+    case ALL_THREATS: return all;
+    case NOT_ALL_THREATS: return !all;
+    case DOUBLE_THREATS: return doubles;
+    case NO_DOUBLE_THREATS: return !doubles;
+    default: return true;
   }
 }
 
-TEST_F(CaptureLists, SafeQuietCheckIsListedExemptAndUnsafeOneStaysInTheMaps) {
-  FOR_BOTH_COLOURS(SafeAndUnsafeQuietChecks);
-}
+constexpr Bitboard THEIR_MEN = ~Bitboard(0);  // stands for all enemy men as targets
 
-template <int Us>
-void CheckingCaptures() {
-  const int a1 = S<Us>("a1"), a8 = S<Us>("a8");
-  // Ra1xa8 takes a bishop and checks along the last rank.
-  Load<Us>("b3k3/8/8/8/8/8/8/R5K1 w - -");
-  for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    const auto words = MakeList<Us>(variant).Of(a1, a8);
-    ASSERT_EQ(words.size(), 1u);
-    const Move m = words[0];
-    EXPECT_EQ(Victim(m), CLASS_BISHOP);
-    EXPECT_TRUE(Bit(m, 60));
-    EXPECT_TRUE(m & MOVE_CHECK);
-    EXPECT_TRUE(m & MOVE_EXEMPT) << "safe: no exchange test needed";
-  }
-  // Defended by the knight c7 the capture loses the exchange: still listed
-  // as a capture, but the exchange test is left to the picker.
-  Load<Us>("b3k3/2n5/8/8/8/8/8/R5K1 w - -");
-  for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    const auto words = MakeList<Us>(variant).Of(a1, a8);
-    ASSERT_EQ(words.size(), 1u);
-    EXPECT_EQ(Victim(words[0]), CLASS_BISHOP);
-    EXPECT_TRUE(words[0] & MOVE_CHECK);
-    EXPECT_TRUE(Bit(words[0], 60));
-    EXPECT_FALSE(words[0] & MOVE_EXEMPT);
-  }
-  // Outside the targets only the safe checking capture is made.
-  for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    Load<Us>("b3k3/8/8/8/8/8/8/R5K1 w - -");
-    Listing l = MakeList<Us>(variant, 0);
-    ASSERT_EQ(l.Of(a1, a8).size(), 1u);
-    EXPECT_TRUE(l.Of(a1, a8)[0] & MOVE_EXEMPT);
-    EXPECT_TRUE(Bit(l.Of(a1, a8)[0], 60));
-    EXPECT_FALSE(l.Targets(a1) >> a8 & 1);
-    Load<Us>("b3k3/2n5/8/8/8/8/8/R5K1 w - -");
-    l = MakeList<Us>(variant, 0);
-    EXPECT_TRUE(l.Of(a1, a8).empty());
-    EXPECT_FALSE(l.Targets(a1) >> a8 & 1);
-  }
-}
+// `count` words (0 or 1) from `from` to `to`, each with every bit of `has`
+// and none of `lacks`; `quiet` whether the step stays in the quiet maps.
+// `mate`: 1 the word carries the king-capture priority, 0 it does not.
+struct WordRow {
+  const char* fen;
+  Variants variants;
+  const char* from;
+  const char* to;
+  int count;
+  Move has = 0, lacks = 0;
+  bool quiet = false;
+  Bitboard targets = THEIR_MEN;
+  Move parent = 0;
+  const char* hash = nullptr;  // a hash move, as from and to
+  int mate = -1;
+};
 
-TEST_F(CaptureLists, CaptureThatChecksCarriesCheckBitAndBit60) { FOR_BOTH_COLOURS(CheckingCaptures); }
-
-template <int Us>
-void BackRankMate() {
-  const int a1 = S<Us>("a1"), a8 = S<Us>("a8");
-  // The king on g8 is shut in by its own pawns; nothing takes or blocks.
-  Load<Us>("6k1/5ppp/8/8/8/8/8/R5K1 w - -");
-  for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    const auto words = MakeList<Us>(variant).Of(a1, a8);
-    ASSERT_EQ(words.size(), 1u);
-    EXPECT_EQ(words[0] & PRIORITY, CHECK_NO_ESCAPE);
-    EXPECT_EQ(CHECK_NO_ESCAPE, 0x9228000000000000u);
-    EXPECT_TRUE(words[0] & MOVE_CHECK);
-  }
-  // With h6 instead of h7 the king has h7: the check is safe, but no mate.
-  Load<Us>("6k1/5pp1/7p/8/8/8/8/R5K1 w - -");
-  for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    const auto words = MakeList<Us>(variant).Of(a1, a8);
-    ASSERT_EQ(words.size(), 1u);
-    EXPECT_NE(words[0] & PRIORITY, 0u);
-    EXPECT_NE(words[0] & PRIORITY, CHECK_NO_ESCAPE);
-    EXPECT_TRUE(words[0] & MOVE_EXEMPT);
-  }
-}
-
-TEST_F(CaptureLists, BackRankMateCarriesTheKingCapturePriority) { FOR_BOTH_COLOURS(BackRankMate); }
-
-template <int Us>
-void CheckHittingALooseQueen() {
-  const int a1 = S<Us>("a1"), a5 = S<Us>("a5");
-  // Ra1-a5 checks along the fifth rank, covered by b4, and hits the loose
-  // queen on a8. Bit 60 only after a capture by the parent move.
-  Load<Us>("q7/8/8/4k3/1P6/8/8/R1K5 w - -");
-  const Move parentCapture = 0x08000000;  // victim class 1
-  for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    auto words = MakeList<Us>(variant, position.colourBits[Us ^ 1], 0, parentCapture).Of(a1, a5);
-    ASSERT_EQ(words.size(), 1u);
-    EXPECT_TRUE(words[0] & MOVE_CHECK);
-    EXPECT_TRUE(words[0] & MOVE_EXEMPT);
-    EXPECT_TRUE(Bit(words[0], 60));
-    words = MakeList<Us>(variant, position.colourBits[Us ^ 1], 0, FromTo(S<Us>("e7"), S<Us>("e5")) | 0xc0).Of(a1, a5);
-    ASSERT_EQ(words.size(), 1u);
-    EXPECT_TRUE(words[0] & MOVE_CHECK);
-    EXPECT_FALSE(Bit(words[0], 60));
-  }
-}
-
-TEST_F(CaptureLists, SafeCheckHittingALooseQueenAfterACaptureCarriesBit60) {
-  FOR_BOTH_COLOURS(CheckHittingALooseQueen);
-}
-
-// ---------------------------------------------------------------------------
-// Castling and quiet threats by variant
-
-template <int Us>
-void CastlingByVariant() {
-  const int e1 = S<Us>("e1"), g1 = S<Us>("g1");
-  // After O-O the rook on f1 checks the king on f8.
-  Load<Us>("5k2/8/8/8/8/8/8/4K2R w K -");
-  for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    const Listing l = MakeList<Us>(variant);
-    const auto castling = l.Of(e1, g1);
-    if (ListsCastlingChecks(variant)) {
-      ASSERT_EQ(castling.size(), 1u);
-      EXPECT_TRUE(castling[0] & MOVE_CHECK);
-      EXPECT_TRUE(Us == WHITE ? is_white_castling(castling[0]) : is_black_castling(castling[0]));
-      EXPECT_EQ(castling[0] & 0xffffffff, (FromTo(e1, g1) ^ LOW_KING) | MOVE_CHECK);
-      EXPECT_FALSE(l.Targets(e1) >> g1 & 1);
-    } else {
-      EXPECT_TRUE(castling.empty());
-      EXPECT_TRUE(l.Targets(e1) >> g1 & 1) << "left to the quiet list as a king move";
+TEST_F(CaptureLists, WordsAndQuietStepsOfHandPositions) {
+  constexpr Move CHECK = MOVE_CHECK, SAFE = MOVE_EXEMPT, THREAT = THREAT_MARK, DOUBLE = DOUBLE_THREAT_MARK;
+  const char* rook = "4k3/8/8/8/8/8/8/R5K1 w - -";
+  const char* covered = "4k3/2n5/8/8/8/8/8/R5K1 w - -";  // the knight c7 covers a8
+  const char* bishop = "b3k3/8/8/8/8/8/8/R5K1 w - -";
+  const char* defended = "b3k3/2n5/8/8/8/8/8/R5K1 w - -";
+  const char* rookFork = "7k/8/8/8/n3n3/8/7K/1R6 w - -";
+  const char* twoTargets = "7k/8/8/n7/8/8/7K/R2b4 w - -";
+  const WordRow rows[] = {
+      // A safe quiet check is listed, exempt from the exchange test, no threat.
+      {rook, EVERY, "a1", "a8", 1, CHECK | SAFE, THREAT},
+      {rook, EVERY, "a1", "e1", 1, CHECK | SAFE, THREAT},
+      {rook, EVERY, "a1", "a7", 0, 0, 0, true},
+      // An unsafe one stays in the quiet maps; the wide lists take the
+      // threats on the loose knight.
+      {covered, EVERY, "a1", "a8", 0, 0, 0, true},
+      {covered, EVERY, "a1", "e1", 1, CHECK},
+      {covered, ALL_THREATS, "a1", "a7", 1, THREAT},
+      {covered, NOT_ALL_THREATS, "a1", "c1", 0, 0, 0, true},
+      // A capture that checks carries bit 60; defended it needs the exchange
+      // test; outside the targets only the safe one is made.
+      {bishop, EVERY, "a1", "a8", 1, CHECK | SAFE | BIT60 | Victim(CLASS_BISHOP), NotVictim(CLASS_BISHOP)},
+      {defended, EVERY, "a1", "a8", 1, CHECK | BIT60 | Victim(CLASS_BISHOP), SAFE},
+      {bishop, EVERY, "a1", "a8", 1, SAFE | BIT60, 0, false, 0},
+      {defended, EVERY, "a1", "a8", 0, 0, 0, false, 0},
+      // A back-rank mate has the king-capture priority; with an escape square not.
+      {"6k1/5ppp/8/8/8/8/8/R5K1 w - -", EVERY, "a1", "a8", 1, CHECK, 0, false, THEIR_MEN, 0, nullptr, 1},
+      {"6k1/5pp1/7p/8/8/8/8/R5K1 w - -", EVERY, "a1", "a8", 1, SAFE, 0, false, THEIR_MEN, 0, nullptr, 0},
+      // A safe check hitting a loose queen: bit 60 only after a capture.
+      {"q7/8/8/4k3/1P6/8/8/R1K5 w - -", EVERY, "a1", "a5", 1, CHECK | SAFE | BIT60, 0, false, THEIR_MEN, Victim(1)},
+      {"q7/8/8/4k3/1P6/8/8/R1K5 w - -", EVERY, "a1", "a5", 1, CHECK, BIT60, false, THEIR_MEN, FromTo(52, 36) | 0xc0},
+      // Castling that checks from the wide quiescence list on; otherwise, or
+      // without a check, a king step of the quiet list.
+      {"5k2/8/8/8/8/8/8/4K2R w K -", CASTLING_CHECKS, "e1", "g1", 1, CHECK},
+      {"5k2/8/8/8/8/8/8/4K2R w K -", NO_CASTLING_CHECKS, "e1", "g1", 0, 0, 0, true},
+      {"4k3/8/8/8/8/8/8/4K2R w K -", EVERY, "e1", "g1", 0, 0, 0, true},
+      // A knight fork is a threat in the wide lists only.
+      {"7k/2r1r3/8/8/8/2N5/8/6K1 w - -", ALL_THREATS, "c3", "d5", 1, THREAT | DOUBLE},
+      {"7k/2r1r3/8/8/8/2N5/8/6K1 w - -", NOT_ALL_THREATS, "c3", "d5", 0, 0, 0, true},
+      {"7k/2r1r3/8/8/8/2N5/8/6K1 w - -", EVERY, "c3", "b5", 0, 0, 0, true},
+      // Rook threats: single ones in the wide lists, double ones also in the
+      // restricted middle list.
+      {rookFork, DOUBLE_THREATS, "b1", "b4", 1, THREAT | DOUBLE},
+      {rookFork, NO_DOUBLE_THREATS, "b1", "b4", 0, 0, 0, true},
+      {rookFork, ALL_THREATS, "b1", "e1", 1, THREAT, DOUBLE},
+      {rookFork, NOT_ALL_THREATS, "b1", "a1", 0, 0, 0, true},
+      {rookFork, EVERY, "b1", "b8", 1, CHECK},
+      // A pawn fork likewise; otherwise the push stays.
+      {"7k/8/2n1n3/8/3P4/8/8/K7 w - -", DOUBLE_THREATS, "d4", "d5", 1, THREAT | DOUBLE},
+      {"7k/8/2n1n3/8/3P4/8/8/K7 w - -", NO_DOUBLE_THREATS, "d4", "d5", 0, 0, 0, true},
+      // Targets restrict the captures; a man outside them is no quiet target either.
+      {twoTargets, EVERY, "a1", "a5", 1, Victim(CLASS_KNIGHT), NotVictim(CLASS_KNIGHT), false, Bitboard(1) << 32},
+      {twoTargets, EVERY, "a1", "d1", 0, 0, 0, false, Bitboard(1) << 32},
+      {twoTargets, EVERY, "a1", "a5", 0, 0, 0, false, 0},
+      // The hash move is left out of the list and the maps.
+      {bishop, EVERY, "a1", "a8", 0, 0, 0, false, THEIR_MEN, 0, "a1a8"},
+      {bishop, EVERY, "a1", "e1", 1, CHECK, 0, false, THEIR_MEN, 0, "a1a8"},
+      {bishop, EVERY, "a1", "e1", 0, 0, 0, false, THEIR_MEN, 0, "a1e1"},
+      {bishop, EVERY, "a1", "a3", 0, 0, 0, false, THEIR_MEN, 0, "a1a3"},
+      {"4k3/8/8/8/8/8/4P3/4K3 w - -", EVERY, "e2", "e4", 0, 0, 0, false, THEIR_MEN, 0, "e2e4"},
+      {"4k3/8/8/8/8/8/4P3/4K3 w - -", EVERY, "e2", "e3", 0, 0, 0, true, THEIR_MEN, 0, "e2e4"},
+  };
+  for (const WordRow& r : rows) {
+    Load<WHITE>(r.fen);
+    const int from = Sq(r.from), to = Sq(r.to);
+    const bool pawn = position.pieceBits[PAWN_INDEX] >> from & 1;
+    const Move hash = r.hash ? HashMoveToMove<WHITE>(FromTo(Sq(r.hash), Sq(r.hash + 2))) : 0;
+    const Bitboard targets = r.targets == THEIR_MEN ? position.colourBits[BLACK] : r.targets;
+    for (int variant : ALL_VARIANTS) {
+      if (!Covers(r.variants, variant)) continue;
+      SCOPED_TRACE(std::string(r.fen) + " " + r.from + r.to + " variant " + std::to_string(variant));
+      const Listing l = MakeList<WHITE>(variant, targets, hash, r.parent);
+      const std::vector<Move> words = l.Of(from, to);
+      ASSERT_EQ(int(words.size()), r.count);
+      for (const Move m : words) {
+        EXPECT_EQ(m & r.has, r.has) << std::hex << m;
+        EXPECT_EQ(m & r.lacks, 0u) << std::hex << m;
+        if (r.mate >= 0) {
+          EXPECT_EQ((m & PRIORITY) == CHECK_NO_ESCAPE, r.mate == 1) << std::hex << m;
+        }
+      }
+      const Bitboard quiet = pawn ? l.node.pawnPushes : l.Targets(from);
+      EXPECT_EQ(bool(quiet >> to & 1), r.quiet);
     }
   }
-  // On e8 the king is not on the rook's file: castling is quiet everywhere.
-  Load<Us>("4k3/8/8/8/8/8/8/4K2R w K -");
-  for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    const Listing l = MakeList<Us>(variant);
-    EXPECT_TRUE(l.Of(e1, g1).empty());
-    EXPECT_TRUE(l.Targets(e1) >> g1 & 1);
-  }
-}
-
-TEST_F(CaptureLists, CastlingThatChecksIsListedFromTheWideQuiescenceVariantOn) {
-  FOR_BOTH_COLOURS(CastlingByVariant);
-}
-
-template <int Us>
-void KnightFork() {
-  const int c3 = S<Us>("c3"), d5 = S<Us>("d5");
-  // Nc3-d5 attacks both rooks. Nc3-b5 hits only c7, which e7 defends, and
-  // comes from the centre itself: no threat.
-  Load<Us>("7k/2r1r3/8/8/8/2N5/8/6K1 w - -");
-  for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    const Listing l = MakeList<Us>(variant);
-    const auto threats = l.Threats();
-    if (ListsAllThreats(variant)) {
-      ASSERT_EQ(threats.size(), 1u);
-      EXPECT_EQ(threats[0] & 0xffffffff, (FromTo(c3, d5) ^ LOW_KNIGHT) | THREAT_MARK | DOUBLE_THREAT_MARK);
-      EXPECT_FALSE(l.Targets(c3) >> d5 & 1) << "not left for the quiet list";
-    } else {
-      EXPECT_TRUE(threats.empty()) << "only double threats of rooks, bishops and pawns here";
-      EXPECT_TRUE(l.Targets(c3) >> d5 & 1);
-    }
-    EXPECT_TRUE(l.Targets(c3) >> S<Us>("b5") & 1);
-  }
-}
-
-TEST_F(CaptureLists, KnightForkIsAThreatOnlyInTheWideLists) { FOR_BOTH_COLOURS(KnightFork); }
-
-template <int Us>
-void RookThreats() {
-  const int b1 = S<Us>("b1");
-  // Rb1-b4 attacks both loose knights; Rb1-a1 and Rb1-e1 one each, far from
-  // their king. Rb1-b8 checks.
-  Load<Us>("7k/8/8/8/n3n3/8/7K/1R6 w - -");
-  for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    const Listing l = MakeList<Us>(variant);
-    std::vector<Move> threats;
-    for (Move m : l.Threats()) threats.push_back(m & 0xffffffff);
-    std::sort(threats.begin(), threats.end());
-    const Move fork = (FromTo(b1, S<Us>("b4")) ^ LOW_ROOK) | THREAT_MARK | DOUBLE_THREAT_MARK;
-    const Move toA1 = (FromTo(b1, S<Us>("a1")) ^ LOW_ROOK) | THREAT_MARK;
-    const Move toE1 = (FromTo(b1, S<Us>("e1")) ^ LOW_ROOK) | THREAT_MARK;
-    std::vector<Move> expected;
-    if (ListsAllThreats(variant)) expected = {fork, toA1, toE1};
-    else if (variant == RESTRICTED_MIDDLE) expected = {fork};
-    std::sort(expected.begin(), expected.end());
-    EXPECT_EQ(threats, expected);
-    Bitboard quiet = Set<Us>({"b2", "b3", "b4", "b5", "b6", "b7", "a1", "c1", "d1", "e1", "f1", "g1", "h1"});
-    for (Move m : expected) quiet &= ~bit(move_to(m));
-    EXPECT_EQ(l.Targets(b1), quiet);
-    ASSERT_EQ(l.Of(b1, S<Us>("b8")).size(), 1u);
-    EXPECT_TRUE(l.Of(b1, S<Us>("b8"))[0] & MOVE_CHECK);
-  }
-  // Two men threatened sort above one.
-  const Listing wide = MakeList<Us>(CAPTURES_WIDE);
-  const Move fork = wide.Of(b1, S<Us>("b4")).at(0), single = wide.Of(b1, S<Us>("e1")).at(0);
-  EXPECT_GT(fork >> 32 & 0xffff, single >> 32 & 0xffff);
-}
-
-TEST_F(CaptureLists, RookThreatsSingleInTheWideListsDoubleAlsoInRestrictedMiddle) {
-  FOR_BOTH_COLOURS(RookThreats);
-}
-
-template <int Us>
-void PawnFork() {
-  const int d5 = S<Us>("d5");
-  // d4-d5 attacks both knights.
-  Load<Us>("7k/8/2n1n3/8/3P4/8/8/K7 w - -");
-  for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    const Listing l = MakeList<Us>(variant);
-    const auto threats = l.Threats();
-    if (ListsAllThreats(variant) || variant == RESTRICTED_MIDDLE) {
-      ASSERT_EQ(threats.size(), 1u);
-      EXPECT_EQ(threats[0] & 0xffffffff, (FromTo(S<Us>("d4"), d5) ^ LOW_PAWN) | THREAT_MARK | DOUBLE_THREAT_MARK);
-      EXPECT_EQ(l.node.pawnPushes, 0u);
-    } else {
-      EXPECT_TRUE(threats.empty());
-      EXPECT_EQ(l.node.pawnPushes, bit(d5));
-    }
-  }
-}
-
-TEST_F(CaptureLists, PawnForkIsAThreatInTheWideAndRestrictedMiddleLists) { FOR_BOTH_COLOURS(PawnFork); }
-
-// ---------------------------------------------------------------------------
-// Targets and the hash move
-
-template <int Us>
-void TargetsLimitCaptures() {
-  const int a1 = S<Us>("a1"), a5 = S<Us>("a5"), d1 = S<Us>("d1");
-  // The rook can take the knight a5 and the bishop d1.
-  Load<Us>("7k/8/8/n7/8/8/7K/R2b4 w - -");
-  const Bitboard quiet = Set<Us>({"a2", "a3", "a4", "b1", "c1"});
-  for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    Listing l = MakeList<Us>(variant);
-    EXPECT_EQ(l.Of(a1, a5).size(), 1u);
-    EXPECT_EQ(l.Of(a1, d1).size(), 1u);
-    EXPECT_EQ(l.Targets(a1), quiet);
-
-    l = MakeList<Us>(variant, bit(a5));
-    ASSERT_EQ(l.Of(a1, a5).size(), 1u);
-    EXPECT_EQ(Victim(l.Of(a1, a5)[0]), CLASS_KNIGHT);
-    EXPECT_TRUE(l.Of(a1, d1).empty());
-    EXPECT_EQ(l.Targets(a1), quiet) << "a man outside the targets is no quiet target either";
-
-    l = MakeList<Us>(variant, 0);
-    EXPECT_TRUE(l.moves.empty());
-    EXPECT_EQ(l.Targets(a1), quiet);
-  }
-}
-
-TEST_F(CaptureLists, TargetsRestrictCapturesAndTheRestIsNoQuietTarget) { FOR_BOTH_COLOURS(TargetsLimitCaptures); }
-
-template <int Us>
-void HashMoveLeftOut() {
-  const int a1 = S<Us>("a1"), a8 = S<Us>("a8"), e1 = S<Us>("e1"), a3 = S<Us>("a3");
-  const auto hash = [](int from, int to) { return HashMoveToMove<Us>(FromTo(from, to)); };
-  Load<Us>("b3k3/8/8/8/8/8/8/R5K1 w - -");
-  const Bitboard quiet = Set<Us>({"a2", "a3", "a4", "a5", "a6", "a7", "b1", "c1", "d1", "f1"});
-  for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    Listing l = MakeList<Us>(variant, position.colourBits[Us ^ 1], hash(a1, a8));
-    EXPECT_TRUE(l.Of(a1, a8).empty());
-    EXPECT_EQ(l.Of(a1, e1).size(), 1u);
-    EXPECT_EQ(l.Targets(a1), quiet);
-
-    l = MakeList<Us>(variant, position.colourBits[Us ^ 1], hash(a1, e1));
-    EXPECT_TRUE(l.Of(a1, e1).empty());
-    EXPECT_EQ(l.Of(a1, a8).size(), 1u);
-    EXPECT_EQ(l.Targets(a1), quiet);
-
-    l = MakeList<Us>(variant, position.colourBits[Us ^ 1], hash(a1, a3));
-    EXPECT_EQ(l.moves.size(), 2u);
-    EXPECT_EQ(l.Targets(a1), quiet & ~bit(a3));
-  }
-
-  // A pawn step: out of the pushes.
-  Load<Us>("4k3/8/8/8/8/8/4P3/4K3 w - -");
-  Listing l = MakeList<Us>(QUIESCE_NARROW, position.colourBits[Us ^ 1], hash(S<Us>("e2"), S<Us>("e4")));
-  EXPECT_EQ(l.node.pawnPushes, Set<Us>({"e3"}));
-  l = MakeList<Us>(QUIESCE_NARROW);
-  EXPECT_EQ(l.node.pawnPushes, Set<Us>({"e3", "e4"}));
-
-  // A promotion comes back from the table as the queen: the checking knight
-  // stays in the list.
-  Load<Us>("8/4k1P1/8/8/8/8/8/4K3 w - -");
-  const int g7 = S<Us>("g7"), g8 = S<Us>("g8");
-  l = MakeList<Us>(QUIESCE_NARROW);
-  ASSERT_EQ(l.Of(g7, g8).size(), 2u);
-  l = MakeList<Us>(QUIESCE_NARROW, position.colourBits[Us ^ 1], hash(g7, g8));
-  const auto left = l.Of(g7, g8);
+  // Two men threatened sort above one; a promotion from the table comes back
+  // as the queen, and the checking knight stays in the list.
+  Load<WHITE>(rookFork);
+  const Listing wide = MakeList<WHITE>(CAPTURES_WIDE);
+  EXPECT_GT(wide.Of(Sq("b1"), Sq("b4")).at(0) >> 32 & 0xffff, wide.Of(Sq("b1"), Sq("e1")).at(0) >> 32 & 0xffff);
+  Load<WHITE>("8/4k1P1/8/8/8/8/8/4K3 w - -");
+  const Move queen = HashMoveToMove<WHITE>(FromTo(Sq("g7"), Sq("g8")));
+  const auto left = MakeList<WHITE>(QUIESCE_NARROW, position.colourBits[BLACK], queen).Of(Sq("g7"), Sq("g8"));
   ASSERT_EQ(left.size(), 1u);
   EXPECT_EQ(left[0] >> 42 & 7, Move(CLASS_KNIGHT));
   EXPECT_TRUE(left[0] & MOVE_CHECK);
 }
 
-TEST_F(CaptureLists, HashMoveIsLeftOutOfTheListAndTheMaps) { FOR_BOTH_COLOURS(HashMoveLeftOut); }
+// The full quiet map of a man: every step the list did not take.
+TEST_F(CaptureLists, QuietMapsHoldEveryStepTheListLeaves) {
+  const struct {
+    const char* fen;
+    Variants variants;
+    const char* square;
+    std::initializer_list<const char*> steps;
+  } rows[] = {
+      {"4k3/8/8/8/8/8/8/R5K1 w - -", EVERY, "a1", {"a2", "a3", "a4", "a5", "a6", "a7", "b1", "c1", "d1", "f1"}},
+      {"4k3/2n5/8/8/8/8/8/R5K1 w - -", ALL_THREATS, "a1", {"a2", "a3", "a4", "a5", "a6", "a8", "b1", "d1", "f1"}},
+      {"7k/8/8/8/n3n3/8/7K/1R6 w - -", ALL_THREATS, "b1", {"b2", "b3", "b5", "b6", "b7", "c1", "d1", "f1", "g1", "h1"}},
+      {"7k/8/8/n7/8/8/7K/R2b4 w - -", EVERY, "a1", {"a2", "a3", "a4", "b1", "c1"}},
+      // Pinned men lose their steps, a rook pinned on its line keeps them there.
+      {"4r2k/8/8/b7/8/2N1B3/8/r1R1K3 w - -", EVERY, "c1", {"b1", "d1"}},
+      {"4r2k/8/8/b7/8/2N1B3/8/r1R1K3 w - -", EVERY, "c3", {}},
+      {"4r2k/8/8/b7/8/2N1B3/8/r1R1K3 w - -", EVERY, "e3", {}},
+      {"4r2k/8/8/8/4R3/8/8/4K3 w - -", EVERY, "e4", {"e2", "e3", "e5", "e6", "e7"}},
+  };
+  for (const auto& r : rows) {
+    Load<WHITE>(r.fen);
+    for (int variant : ALL_VARIANTS) {
+      if (Covers(r.variants, variant)) {
+        EXPECT_EQ(MakeList<WHITE>(variant).Targets(Sq(r.square)), Set<WHITE>(r.steps)) << r.fen << " " << variant;
+      }
+    }
+  }
+}
 
 // ---------------------------------------------------------------------------
 // Line masks and pins
 
-template <int Us>
-void DiscoverMask() {
-  // Bishop b2 - knight d4 - king f6, and rook f1 - their pawn f3 - king f6.
-  Load<Us>("8/8/5k2/8/3N4/5p2/1B6/K4R2 w - -");
-  for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    const Listing l = MakeList<Us>(variant);
-    EXPECT_EQ(l.returned, ~Set<Us>({"d4", "f3"}));
-    EXPECT_EQ(l.node.discoverMask, l.returned);
-  }
-  // A second man on the diagonal: the knight no longer uncovers anything.
-  Load<Us>("8/8/5k2/4p3/3N4/5p2/1B6/K4R2 w - -");
-  EXPECT_EQ(MakeList<Us>(QUIESCE_NARROW).returned, ~Set<Us>({"f3"}));
-  // A rook off their king's lines: its file crosses their rank on a6, which
-  // hides nothing.
-  Load<Us>("8/8/5k2/8/8/8/8/R3K3 w - -");
-  EXPECT_EQ(MakeList<Us>(QUIESCE_NARROW).returned, ~Bitboard(0));
-}
+TEST_F(CaptureLists, LineMasksAndPinnedMen) {
+  // Bishop b2 - knight d4 - king f6, and rook f1 - their pawn f3 - king f6:
+  // the lone men between our sliders and their king.
+  Load<WHITE>("8/8/5k2/8/3N4/5p2/1B6/K4R2 w - -");
+  for (int variant : ALL_VARIANTS) EXPECT_EQ(MakeList<WHITE>(variant).returned, ~Set<WHITE>({"d4", "f3"}));
+  Load<WHITE>("8/8/5k2/4p3/3N4/5p2/1B6/K4R2 w - -");
+  EXPECT_EQ(MakeList<WHITE>(QUIESCE_NARROW).returned, ~Set<WHITE>({"f3"}));
+  Load<WHITE>("8/8/5k2/8/8/8/8/R3K3 w - -");
+  EXPECT_EQ(MakeList<WHITE>(QUIESCE_NARROW).returned, ~Bitboard(0));
 
-TEST_F(CaptureLists, DiscoverMaskClearsTheLoneManBetweenOurSliderAndTheirKing) { FOR_BOTH_COLOURS(DiscoverMask); }
-
-template <int Us>
-void RayMasks() {
   // Rook a1: knight a4 before the queen a7; bishop c1 before the rook f1.
-  Load<Us>("7k/q7/8/8/n7/8/7K/R1b2r2 w - -");
-  const Bitboard toQueen = Set<Us>({"a2", "a3", "a4", "a5", "a6"});
-  const Bitboard toRook = Set<Us>({"b1", "c1", "d1", "e1"});
-  const Bitboard theirs = position.colourBits[Us ^ 1];
-  Listing l = MakeList<Us>(QUIESCE_NARROW, theirs);
+  // The queen's ray does not depend on the targets, the pieces' ray does.
+  Load<WHITE>("7k/q7/8/8/n7/8/7K/R1b2r2 w - -");
+  const Bitboard toQueen = Set<WHITE>({"a2", "a3", "a4", "a5", "a6"}), toRook = Set<WHITE>({"b1", "c1", "d1", "e1"});
+  const Bitboard theirs = position.colourBits[BLACK];
+  Listing l = MakeList<WHITE>(QUIESCE_NARROW, theirs);
   EXPECT_EQ(l.node.queenRayMask, ~toQueen);
   EXPECT_EQ(l.node.pieceRayMask, ~(toQueen | toRook));
-  l = MakeList<Us>(QUIESCE_NARROW, theirs & ~bit(S<Us>("f1")));
-  EXPECT_EQ(l.node.queenRayMask, ~toQueen);
+  l = MakeList<WHITE>(QUIESCE_NARROW, theirs & ~Set<WHITE>({"f1"}));
   EXPECT_EQ(l.node.pieceRayMask, ~toQueen);
-  l = MakeList<Us>(QUIESCE_NARROW, theirs & ~bit(S<Us>("a7")) & ~bit(S<Us>("f1")));
-  EXPECT_EQ(l.node.queenRayMask, ~toQueen) << "the queen's ray does not depend on the targets";
+  l = MakeList<WHITE>(QUIESCE_NARROW, theirs & ~Set<WHITE>({"a7", "f1"}));
+  EXPECT_EQ(l.node.queenRayMask, ~toQueen);
   EXPECT_EQ(l.node.pieceRayMask, ~Bitboard(0));
-
   // With no targets the narrowest list takes nothing; the middle one still
   // takes the knight that screens the queen, not the bishop before the rook.
-  const int a1 = S<Us>("a1");
-  l = MakeList<Us>(QUIESCE_NARROW, 0);
-  EXPECT_TRUE(l.moves.empty());
-  l = MakeList<Us>(QUIESCE_MIDDLE, 0);
-  ASSERT_EQ(l.Of(a1, S<Us>("a4")).size(), 1u);
-  EXPECT_TRUE(l.Of(a1, S<Us>("c1")).empty());
-  EXPECT_EQ(l.moves.size(), 1u);
-}
+  EXPECT_TRUE(MakeList<WHITE>(QUIESCE_NARROW, 0).moves.empty());
+  l = MakeList<WHITE>(QUIESCE_MIDDLE, 0);
+  ASSERT_EQ(l.moves.size(), 1u);
+  EXPECT_EQ(l.moves[0] & MOVE_IDENTITY, FromTo(Sq("a1"), Sq("a4")));
 
-TEST_F(CaptureLists, RayMasksClearTheSquaresUpToAManBehindOneBlocker) { FOR_BOTH_COLOURS(RayMasks); }
-
-template <int Us>
-void PinnedMen() {
-  // King e1. Knight c3 pinned on the diagonal by a5, bishop e3 on the file by
-  // e8, rook c1 on the rank by a1.
-  Load<Us>("4r2k/8/8/b7/8/2N1B3/8/r1R1K3 w - -");
+  // Knight c3 and bishop e3 pinned, rook c1 pinned on the rank: only the
+  // king and the rook stay own men; the pinner can be taken.
+  Load<WHITE>("4r2k/8/8/b7/8/2N1B3/8/r1R1K3 w - -");
   for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    const Listing l = MakeList<Us>(variant);
-    EXPECT_EQ(l.node.ownMen, Set<Us>({"e1", "c1"}));
-    EXPECT_EQ(l.Targets(S<Us>("c1")), Set<Us>({"b1", "d1"}));
-    EXPECT_EQ(l.Of(S<Us>("c1"), S<Us>("a1")).size(), 1u) << "the pinner can be taken";
-    EXPECT_EQ(l.Targets(S<Us>("c3")), 0u);
-    EXPECT_EQ(l.Targets(S<Us>("e3")), 0u);
+    l = MakeList<WHITE>(variant);
+    EXPECT_EQ(l.node.ownMen, Set<WHITE>({"e1", "c1"}));
+    EXPECT_EQ(l.Of(Sq("c1"), Sq("a1")).size(), 1u);
   }
-  // A pawn one step from promotion pinned on its file: no capture with
-  // underpromotion may come from it either.
-  Load<Us>("3nr2k/4P3/8/8/8/8/8/4K3 w - -");
+  // A pawn pinned on its file gives no capture, underpromotions neither.
+  Load<WHITE>("3nr2k/4P3/8/8/8/8/8/4K3 w - -");
   for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    Listing l = MakeList<Us>(variant);
-    EXPECT_EQ(l.node.ownMen, Set<Us>({"e1"}));
-    EXPECT_TRUE(l.Of(S<Us>("e7"), S<Us>("d8")).empty());
+    l = MakeList<WHITE>(variant);
+    EXPECT_EQ(l.node.ownMen, Set<WHITE>({"e1"}));
+    EXPECT_TRUE(l.Of(Sq("e7"), Sq("d8")).empty());
     Move under[16] = {0};
-    GenerateUnderpromotions<Us>(under, &l.node);
+    GenerateUnderpromotions<WHITE>(under, &l.node);
     EXPECT_EQ(under[0], 0u);
   }
-  // A rook pinned on the file keeps its quiet moves along it.
-  Load<Us>("4r2k/8/8/8/4R3/8/8/4K3 w - -");
-  for (int variant : ALL_VARIANTS) {
-    SCOPED_TRACE(variant);
-    const Listing l = MakeList<Us>(variant);
-    EXPECT_TRUE(l.node.ownMen >> S<Us>("e4") & 1);
-    EXPECT_EQ(l.Targets(S<Us>("e4")), Set<Us>({"e2", "e3", "e5", "e6", "e7"}));
-    EXPECT_EQ(l.Of(S<Us>("e4"), S<Us>("e8")).size(), 1u);
-  }
-}
-
-TEST_F(CaptureLists, PinnedKnightAndCrossPinnedBishopLoseTheirQuietMovesAPinnedRookKeepsItsLine) {
-  FOR_BOTH_COLOURS(PinnedMen);
 }
 
 // ---------------------------------------------------------------------------

@@ -194,44 +194,18 @@ TEST(PawnCacheRows, CastlingRightsMakeAnotherRecord) {
 
 // --- Tables ---------------------------------------------------------------------------
 
-TEST(PawnMasks, KingDistanceRows) {
-  // White pawn e4: a king on e6 (ahead, on the file) is U[2] = 12; on c7
-  // max(T[2], U[3]) = 23; on e2 (behind) T[2] = 23; on h4 T[3] = 33; on a8
-  // max(T[4], U[4]) = 42.
-  EXPECT_EQ(PAWN_KING_DISTANCE[Sq("e4")][Sq("e6")], 12);
-  EXPECT_EQ(PAWN_KING_DISTANCE[Sq("e4")][Sq("c7")], 23);
-  EXPECT_EQ(PAWN_KING_DISTANCE[Sq("e4")][Sq("e2")], 23);
-  EXPECT_EQ(PAWN_KING_DISTANCE[Sq("e4")][Sq("h4")], 33);
-  EXPECT_EQ(PAWN_KING_DISTANCE[Sq("e4")][Sq("a8")], 42);
-  EXPECT_EQ(PAWN_KING_DISTANCE[Sq("a2")][Sq("a8")], 25);
-  EXPECT_EQ(PAWN_KING_DISTANCE[Sq("a7")][Sq("h1")], 63);
-}
-
+// The rows the generator does not check itself; the king distances show in
+// the worked totals above.
 TEST(PawnMasks, TellingRows) {
-  EXPECT_EQ(PASSER_BAND[Sq("e4")], Squares({"d2", "d3", "d4", "d5", "d6", "f2", "f3", "f4", "f5", "f6"}));
-  EXPECT_EQ(PASSER_BAND[Sq("b2")], Squares({"a1", "a2", "a3", "a4", "c1", "c2", "c3", "c4"}));
   EXPECT_EQ(FILE_AHEAD_WHITE[Sq("c6")], Squares({"c7", "c8"}));
   EXPECT_EQ(FILE_AHEAD_BLACK[Sq("c3")], Squares({"c2", "c1"}));
   EXPECT_EQ(PAWN_BEHIND[WHITE][Sq("b3")], Squares({"a1", "a2", "a3", "c1", "c2", "c3"}));
   EXPECT_EQ(PAWN_BEHIND[BLACK][Sq("b6")], Squares({"a8", "a7", "a6", "c8", "c7", "c6"}));
   EXPECT_EQ(PASSED_SPAN[WHITE][Sq("h6")], Squares({"g7", "g8", "h7", "h8"}));
-  EXPECT_EQ(KING_DIAGONAL[Sq("a1")], Squares({"b2", "c3", "d4", "e5", "f6", "g7"}));
-  EXPECT_EQ(KING_DIAGONAL[Sq("g1")], Squares({"f2", "e3", "d4", "c5", "b6"}));
-  EXPECT_EQ(KING_DIAGONAL[Sq("e1")], Squares({"d2", "c3", "b4"}));
-  EXPECT_EQ(KING_DIAGONAL[Sq("d1")], Squares({"e2", "f3", "g4"}));
-  EXPECT_EQ(KING_DIAGONAL[Sq("a4")], Squares({"b5", "c6", "d7"}));
-  EXPECT_EQ(KING_DIAGONAL[Sq("e8")], Squares({"b5", "c6", "d7"}));
-  EXPECT_EQ(KING_DIAGONAL[Sq("h8")], Squares({"b2", "c3", "d4", "e5", "f6", "g7"}));
   EXPECT_EQ(WING_TRAP[Sq("b1")], Squares({"a1", "b1", "a2"}));
-  EXPECT_EQ(WING_TRAP[Sq("g1")], Squares({"g1", "h1", "h2"}));
-  EXPECT_EQ(WING_TRAP[Sq("c8")], Squares({"a7", "a8", "b8"}));
   EXPECT_EQ(WING_TRAP[Sq("f8")], Squares({"h7", "g8", "h8"}));
   EXPECT_EQ(WING_TRAP[Sq("a1")] | WING_TRAP[Sq("h1")] | WING_TRAP[Sq("e1")] | WING_TRAP[Sq("g2")], 0u);
-  EXPECT_EQ(ESCORT[WHITE][Sq("a6")], Squares({"b7", "b8"}));
-  EXPECT_EQ(ESCORT[WHITE][Sq("h7")], Squares({"g7", "g8"}));
-  EXPECT_EQ(ESCORT[WHITE][Sq("e5")], Squares({"d7", "e7", "f7"}));
   EXPECT_EQ(ESCORT[WHITE][Sq("e4")], 0u);
-  EXPECT_EQ(ESCORT[BLACK][Sq("c3")], Squares({"b2", "c2", "d2", "b1", "c1", "d1"}));
 }
 
 // The square of the pawn: a white pawn on e5 has three steps to go; the black

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <string>
 
 #include "report/output.h"
@@ -59,13 +60,6 @@ class HashTable : public ::testing::Test {
   }
   static uint64_t At(uint64_t index) { return hash_table[index]; }
   static void Put(int slot, uint64_t word) { hash_table[Slot(slot)] = word; }
-  // The other words of the bucket, as planted.
-  static void ExpectUntouched(const uint64_t planted[4], int except) {
-    for (int i = 0; i < 4; ++i) {
-      if (i == except) continue;
-      EXPECT_EQ(At(Slot(i)), planted[i]) << "slot " << i;
-    }
-  }
 };
 
 // --- Entry layout -------------------------------------------------------------
@@ -78,14 +72,6 @@ TEST_F(HashTable, EntryFieldsRoundTrip) {
   EXPECT_EQ(HashEntry::Date(word), 2u);
   EXPECT_EQ(HashEntry::BestMove(word), HashMove(12, 28));
   EXPECT_EQ(HashEntry::Value(word), 35);
-  EXPECT_EQ(HashEntry::StoredValue(word), 8225);
-  EXPECT_TRUE(HashEntry::IsLower(word));
-  EXPECT_FALSE(HashEntry::IsUpper(word));
-  EXPECT_FALSE(HashEntry::IsRestricted(word));
-  EXPECT_EQ(HashEntry::Check(word), kCheck);
-  EXPECT_TRUE(HashEntry::Matches(word, kKey));
-  // Bits 37-40 stay zero.
-  EXPECT_EQ(word & (uint64_t(15) << 37), 0u);
 
   // The extremes of every field keep to their bits.
   const uint64_t full = HashEntry::Make(~uint64_t(0), NoisyMove(63, 63), 63, 0x3fff,
@@ -117,231 +103,99 @@ TEST_F(HashTable, BucketIsTheFourWordsOfTheKeyXoredRun) {
   EXPECT_EQ(HashRead(kLow & ~uint64_t(3)), Word(0x102, 2, 0, kLower));
 }
 
-// --- Replacement scores -------------------------------------------------------
+// --- Stores against a model of the replacement rules ---------------------------
 
-TEST_F(HashTable, ReplacementScoresByAgeAndDepth) {
-  for (uint32_t current = 0; current < 4; ++current) {
-    SetHashDate(current);
-    SCOPED_TRACE(current);
-    for (int depth = 0; depth < 64; ++depth) {
-      EXPECT_EQ(ReplacementScore[current * 64 + depth], 508 - depth);
-      EXPECT_EQ(ReplacementScore[((current + 3) & 3) * 64 + depth], 512 - depth);  // last search
-      EXPECT_EQ(ReplacementScore[((current + 2) & 3) * 64 + depth], 768 - depth);
-      EXPECT_EQ(ReplacementScore[((current + 1) & 3) * 64 + depth], 1024 - depth);  // oldest
-    }
-  }
+// How replaceable an entry is: the oldest date goes first, then the shallower
+// entry; today's entries rank just below yesterday's of the same depth. With
+// Preserve Analysis every entry from depth 22 on ranks below all others.
+int ModelScore(uint64_t entry, int today, bool preserve) {
+  const int depth = int(entry & 63), age = (today - int(entry >> 6 & 3)) & 3;
+  if (preserve && depth >= 22) return 256 - depth;
+  constexpr int BY_AGE[4] = {508, 512, 768, 1024};
+  return BY_AGE[age] - depth;
 }
 
-TEST_F(HashTable, PreviousDateAgainstCurrentDateOrdering) {
-  SetHashDate(2);
-  EXPECT_EQ(ReplacementScore[1 * 64 + 3], 509);
-  EXPECT_EQ(ReplacementScore[2 * 64 + 0], 508);
-  EXPECT_EQ(ReplacementScore[1 * 64 + 5], 507);
+enum StoreKind { LOWER, UPPER, LOWER_RESTRICTED, UPPER_RESTRICTED, EXACT, FORCED, STORE_KINDS };
 
-  // The same order decides stores of other positions, one after the other.
-  const uint64_t planted[4] = {Word(0x11, 0, 2, kLower), Word(0x12, 3, 1, kLower), Word(0x13, 5, 1, kLower),
-                               Word(0x14, 10, 2, kLower)};
-  for (int i = 0; i < 4; ++i) Put(i, planted[i]);
-  StoreLowerPlain(kKey, 0, 20, 8190);
-  EXPECT_EQ(At(Slot(1)), Word(kCheck, 20, 2, kLower));  // 509 goes first
-  ExpectUntouched(planted, 1);
-  StoreLowerPlain(kKey ^ (uint64_t(1) << 41), 0, 20, 8190);
-  EXPECT_EQ(At(Slot(0)), Word(kCheck ^ 1, 20, 2, kLower));  // then 508
-  StoreLowerPlain(kKey ^ (uint64_t(2) << 41), 0, 20, 8190);
-  EXPECT_EQ(At(Slot(2)), Word(kCheck ^ 2, 20, 2, kLower));  // then 507
-  EXPECT_EQ(At(Slot(3)), planted[3]);                        // 498 stays
-}
-
-TEST_F(HashTable, PreserveAnalysisPinsDeepEntriesAtTheNextRebuild) {
-  SetHashDate(0);
-  preserve_analysis = true;
-  // Not yet: the scores change only when they are rebuilt.
-  EXPECT_EQ(ReplacementScore[1 * 64 + 30], 1024 - 30);
-  BuildReplacementScore();
-  EXPECT_EQ(ReplacementScore[1 * 64 + 30], 226);  // a dead date at depth 30
-  EXPECT_EQ(ReplacementScore[0 * 64 + 21], 487);  // today at depth 21 keeps its place
-  for (int date = 0; date < 4; ++date) {
-    for (int depth = 22; depth < 64; ++depth) EXPECT_EQ(ReplacementScore[date * 64 + depth], 256 - depth);
-    for (int depth = 0; depth < 22; ++depth) EXPECT_GE(ReplacementScore[date * 64 + depth], 487);
-  }
-  // A deep entry of an old search outlives shallow entries of this one.
-  const uint64_t planted[4] = {Word(0x21, 21, 0, kLower), Word(0x22, 40, 1, kLower), Word(0x23, 0, 0, kUpper),
-                               Word(0x24, 12, 0, kLower)};
-  for (int i = 0; i < 4; ++i) Put(i, planted[i]);
-  StoreUpperPlain(kKey, 0, 1, 8190);
-  EXPECT_EQ(At(Slot(2)), Word(kCheck, 1, 0, kUpper));
-  ExpectUntouched(planted, 2);
-}
-
-// --- Victim choice -----------------------------------------------------------
-
-TEST_F(HashTable, FourOtherPositionsOfEqualDepthAndDateLoseSlotThree) {
-  SetHashDate(1);
-  const uint64_t planted[4] = {Word(0x31, 7, 1, kLower), Word(0x32, 7, 1, kUpper), Word(0x33, 7, 1, kExact),
-                               Word(0x34, 7, 1, kLower | kRestricted)};
-  for (int i = 0; i < 4; ++i) Put(i, planted[i]);
-  StoreLower(kKey, HashMove(52, 36), 7, 8190 - 20, false);
-  EXPECT_EQ(At(Slot(3)), Word(kCheck, 7, 1, kLower, 36, 52, 8170));
-  ExpectUntouched(planted, 3);
-}
-
-TEST_F(HashTable, OnEqualScoresTheLaterSlotGoes) {
-  SetHashDate(0);
-  // Slot 3 is deeper, so the last of the three equal ones goes.
-  const uint64_t planted[4] = {Word(0x41, 4, 0, kLower), Word(0x42, 4, 0, kLower), Word(0x43, 4, 0, kLower),
-                               Word(0x44, 9, 0, kLower)};
-  for (int i = 0; i < 4; ++i) Put(i, planted[i]);
-  StoreUpperPlain(kKey, 0, 2, 8190);
-  EXPECT_EQ(At(Slot(2)), Word(kCheck, 2, 0, kUpper));
-  ExpectUntouched(planted, 2);
-  // A clearly worst slot 0 is found even when it comes first.
-  const uint64_t second[4] = {Word(0x51, 0, 3, kLower), Word(0x52, 4, 0, kLower), Word(0x53, 4, 0, kLower),
-                              Word(0x54, 4, 0, kLower)};
-  for (int i = 0; i < 4; ++i) Put(i, second[i]);
-  StoreUpperPlain(kKey, 0, 2, 8190);
-  EXPECT_EQ(At(Slot(0)), Word(kCheck, 2, 0, kUpper));
-  ExpectUntouched(second, 0);
-}
-
-TEST_F(HashTable, OldestDateGoesFirstWhateverItsDepth) {
-  SetHashDate(0);
-  // Dates 1, 2, 3 against today 0: date 1 is four searches old.
-  for (int oldest = 0; oldest < 4; ++oldest) {
-    SCOPED_TRACE(oldest);
-    uint64_t planted[4];
-    int other_date = 2;
-    for (int i = 0; i < 4; ++i) {
-      if (i == oldest)
-        planted[i] = Word(0x60 + i, 63, 1, kExact);
-      else
-        planted[i] = Word(0x60 + i, 0, other_date++ & 3, kLower);  // dates 2, 3, 0
-      Put(i, planted[i]);
-    }
-    StoreLowerPlain(kKey, 0, 0, 8190);
-    EXPECT_EQ(At(Slot(oldest)), Word(kCheck, 0, 0, kLower));
-    ExpectUntouched(planted, oldest);
-  }
-}
-
-// --- Bounds ------------------------------------------------------------------
-
-TEST_F(HashTable, LowerBoundLivesBesideAnUpperBoundOfThePosition) {
-  SetHashDate(0);
-  Put(0, Word(kCheck, 5, 0, kUpper, 0, 0, 8100));
-  StoreLowerPlain(kKey, HashMove(6, 21), 10, 8300);
-  EXPECT_EQ(At(Slot(0)), Word(kCheck, 5, 0, kUpper, 0, 0, 8100));
-  EXPECT_EQ(At(Slot(3)), Word(kCheck, 10, 0, kLower, 21, 6, 8300));
-  EXPECT_EQ(At(Slot(1)), 0u);
-  EXPECT_EQ(At(Slot(2)), 0u);
-
-  // The mirror: an upper bound does not destroy a lower bound either.
-  ClearHashTable();
-  Put(0, Word(kCheck, 5, 0, kLower, 0, 0, 8100));
-  StoreUpper(kKey, 0, 30, 8000, false);
-  EXPECT_EQ(At(Slot(0)), Word(kCheck, 5, 0, kLower, 0, 0, 8100));
-  EXPECT_EQ(At(Slot(3)), Word(kCheck, 30, 0, kUpper, 0, 0, 8000));
-}
-
-TEST_F(HashTable, BoundsReplaceTheirOwnSortAtEqualOrGreaterDepthOnly) {
-  SetHashDate(0);
-  const uint64_t planted[4] = {Word(0x71, 1, 0, kLower), Word(kCheck, 8, 0, kLower), Word(0x73, 1, 0, kLower),
-                               Word(kCheck, 6, 0, kUpper)};
-  for (int i = 0; i < 4; ++i) Put(i, planted[i]);
-  // Shallower than the stored lower bound: the entry stays, the store goes to
-  // the victim (slot 2, the later of the equal others).
-  StoreLowerPlain(kKey, 0, 7, 8190);
-  EXPECT_EQ(At(Slot(1)), planted[1]);
-  EXPECT_EQ(At(Slot(2)), Word(kCheck, 7, 0, kLower));
-  // Equal depth: replaced in place.
-  StoreLowerPlain(kKey, HashMove(1, 2), 8, 8191);
-  EXPECT_EQ(At(Slot(1)), Word(kCheck, 8, 0, kLower, 2, 1, 8191));
-  // An upper bound goes over the stored upper bound of no greater depth, and
-  // passes the lower bounds of the position by.
-  StoreUpperPlain(kKey, 0, 6, 8000);
-  EXPECT_EQ(At(Slot(3)), Word(kCheck, 6, 0, kUpper, 0, 0, 8000));
-  EXPECT_EQ(At(Slot(0)), planted[0]);
-  // An exact entry is both sorts: no bound store replaces it.
-  Put(1, Word(kCheck, 2, 0, kExact));
-  Put(2, Word(0x99, 40, 0, kLower));
-  Put(3, Word(0x98, 40, 0, kLower));
-  StoreLowerPlain(kKey, 0, 20, 8190);
-  EXPECT_EQ(At(Slot(1)), Word(kCheck, 2, 0, kExact));
-  EXPECT_EQ(At(Slot(0)), Word(kCheck, 20, 0, kLower));
-}
-
-TEST_F(HashTable, RestrictedResultsReplaceOnlyRestrictedOnes) {
-  SetHashDate(0);
-  // Other positions, all more replaceable than the entry in slot 0.
-  const uint64_t others[3] = {Word(0x81, 0, 0, kLower), Word(0x82, 0, 0, kLower), Word(0x83, 0, 0, kLower)};
-  auto plant = [&](uint64_t first) {
-    Put(0, first);
-    for (int i = 1; i < 4; ++i) Put(i, others[i - 1]);
+// The bucket after a store, by the rules: a bound replaces the first entry of
+// its position that is not the other sort of bound, is no deeper and, for a
+// restricted bound, is restricted itself; an exact result replaces the first
+// entry of the position of no greater depth and empties the later ones; a
+// forced one does the same at any depth. Without such an entry the most
+// replaceable slot, the later of equals, takes the store.
+void ModelStore(uint64_t bucket[4], StoreKind kind, int depth, int today, bool preserve) {
+  const bool restricted = kind == LOWER_RESTRICTED || kind == UPPER_RESTRICTED;
+  const bool lower = kind == LOWER || kind == LOWER_RESTRICTED, upper = kind == UPPER || kind == UPPER_RESTRICTED;
+  if (kind == FORCED) depth = 63;
+  const uint64_t flags = lower ? kLower : upper ? kUpper : kExact;
+  const uint64_t word = Word(kCheck, depth, today, flags | (restricted ? kRestricted : 0));
+  const auto takes = [&](uint64_t e) {
+    if ((e >> 41) != kCheck) return false;
+    if (kind == FORCED) return true;
+    if (int(e & 63) > depth) return false;
+    if (lower && (e & kUpper)) return false;
+    if (upper && (e & kLower)) return false;
+    return !restricted || (e & kRestricted);
   };
-  // Unrestricted over restricted: in place.
-  plant(Word(kCheck, 5, 0, kLower | kRestricted));
-  StoreLower(kKey, 0, 5, 8190, false);
-  EXPECT_EQ(At(Slot(0)), Word(kCheck, 5, 0, kLower));
-  // Restricted over restricted: in place.
-  plant(Word(kCheck, 5, 0, kUpper | kRestricted));
-  StoreUpper(kKey, 0, 9, 8190, true);
-  EXPECT_EQ(At(Slot(0)), Word(kCheck, 9, 0, kUpper | kRestricted));
-  // Restricted over unrestricted: not in place, even when deeper; the victim
-  // (slot 3 of the equal others) takes it.
-  plant(Word(kCheck, 5, 0, kLower));
-  StoreLower(kKey, 0, 7, 8190, true);
-  EXPECT_EQ(At(Slot(0)), Word(kCheck, 5, 0, kLower));
-  EXPECT_EQ(At(Slot(3)), Word(kCheck, 7, 0, kLower | kRestricted));
-  plant(Word(kCheck, 5, 0, kUpper));
-  StoreUpper(kKey, 0, 7, 8190, true);
-  EXPECT_EQ(At(Slot(0)), Word(kCheck, 5, 0, kUpper));
-  EXPECT_EQ(At(Slot(3)), Word(kCheck, 7, 0, kUpper | kRestricted));
-  // The plain stores ignore the bit and clear it.
-  plant(Word(kCheck, 5, 0, kLower | kRestricted));
-  StoreLowerPlain(kKey, 0, 5, 8190);
-  EXPECT_EQ(At(Slot(0)), Word(kCheck, 5, 0, kLower));
-  plant(Word(kCheck, 5, 0, kUpper));
-  StoreUpperPlain(kKey, 0, 6, 8190);
-  EXPECT_EQ(At(Slot(0)), Word(kCheck, 6, 0, kUpper));
+  for (int i = 0; i < 4; ++i) {
+    if (!takes(bucket[i])) continue;
+    bucket[i] = word;
+    if (kind == EXACT || kind == FORCED)
+      for (int j = i + 1; j < 4; ++j)
+        if (takes(bucket[j])) bucket[j] = 0;
+    return;
+  }
+  int victim = 0;
+  for (int i = 1; i < 4; ++i)
+    if (ModelScore(bucket[i], today, preserve) >= ModelScore(bucket[victim], today, preserve)) victim = i;
+  bucket[victim] = word;
 }
 
-// --- Exact and forced --------------------------------------------------------
-
-TEST_F(HashTable, ExactStoreRemovesLesserEntriesOfThePosition) {
-  SetHashDate(3);
-  const uint64_t planted[4] = {Word(kCheck, 12, 2, kLower), Word(kCheck, 9, 3, kUpper), Word(kCheck, 3, 1, kLower),
-                               Word(0x91, 0, 1, kExact)};
-  for (int i = 0; i < 4; ++i) Put(i, planted[i]);
-  StoreExact(kKey, HashMove(60, 62), 9, 8190 + 15);
-  EXPECT_EQ(At(Slot(0)), planted[0]);  // deeper: kept
-  EXPECT_EQ(At(Slot(1)), Word(kCheck, 9, 3, kExact, 62, 60, 8205));
-  EXPECT_EQ(At(Slot(2)), 0u);
-  EXPECT_EQ(At(Slot(3)), planted[3]);  // another position
-  // No entry of no greater depth: the victim takes it.
-  const uint64_t deep[4] = {Word(kCheck, 30, 3, kLower), Word(0x92, 30, 3, kLower), Word(0x93, 30, 3, kLower),
-                            Word(0x94, 31, 3, kLower)};
-  for (int i = 0; i < 4; ++i) Put(i, deep[i]);
-  StoreExact(kKey, 0, 9, 8190);
-  EXPECT_EQ(At(Slot(2)), Word(kCheck, 9, 3, kExact));
-  ExpectUntouched(deep, 2);
+void RunStore(StoreKind kind, int depth) {
+  switch (kind) {
+    case LOWER: return StoreLowerPlain(kKey, 0, depth, 8190);
+    case UPPER: return StoreUpperPlain(kKey, 0, depth, 8190);
+    case LOWER_RESTRICTED: return StoreLower(kKey, 0, depth, 8190, true);
+    case UPPER_RESTRICTED: return StoreUpper(kKey, 0, depth, 8190, true);
+    case EXACT: return StoreExact(kKey, 0, depth, 8190);
+    default: return StoreForced(kKey, 0, 8190);
+  }
 }
 
-TEST_F(HashTable, ForcedStoreTakesThePositionAtAnyDepth) {
-  SetHashDate(1);
-  const uint64_t planted[4] = {Word(0xa1, 63, 1, kExact), Word(kCheck, 40, 1, kLower),
-                               Word(kCheck, 63, 0, kUpper | kRestricted), Word(kCheck, 2, 1, kExact)};
-  for (int i = 0; i < 4; ++i) Put(i, planted[i]);
-  StoreForced(kKey, NoisyMove(4, 6), 8190 - 300);
-  EXPECT_EQ(At(Slot(0)), planted[0]);
-  EXPECT_EQ(At(Slot(1)), Word(kCheck, 63, 1, kExact, 6, 4, 7890));
-  EXPECT_EQ(At(Slot(2)), 0u);
-  EXPECT_EQ(At(Slot(3)), 0u);
-  // No entry of the position: the victim.
-  const uint64_t others[4] = {Word(0xb1, 10, 1, kLower), Word(0xb2, 20, 1, kLower), Word(0xb3, 5, 0, kLower),
-                              Word(0xb4, 30, 1, kLower)};
-  for (int i = 0; i < 4; ++i) Put(i, others[i]);
-  StoreForced(kKey, 0, 8190);
-  EXPECT_EQ(At(Slot(2)), Word(kCheck, 63, 1, kExact));
-  ExpectUntouched(others, 2);
+// Random buckets with few depths and dates, so that ties and every sort of
+// entry of the position come up often.
+TEST_F(HashTable, EveryStoreFollowsTheReplacementRules) {
+  std::mt19937_64 rng(0x7ab1e);
+  const auto below = [&](int n) { return int(rng() % uint64_t(n)); };
+  constexpr uint64_t FLAGS[] = {kLower, kUpper, kExact, kLower | kRestricted, kUpper | kRestricted};
+  int inPlace = 0, victims = 0;
+  for (int n = 0; n < 20000; ++n) {
+    const int today = below(4);
+    preserve_analysis = below(4) == 0;
+    SetHashDate(uint32_t(today));
+    uint64_t bucket[4];
+    for (uint64_t& e : bucket) {
+      const int depth = below(3) ? 4 + below(3) : below(64);
+      e = below(8) == 0 ? 0 : Word(below(2) ? kCheck : 0x100 + below(4), depth, below(4), FLAGS[below(5)]);
+    }
+    for (int i = 0; i < 4; ++i) Put(i, bucket[i]);
+    const StoreKind kind = StoreKind(below(STORE_KINDS));
+    const int depth = below(3) ? 4 + below(3) : below(64);
+    const uint64_t before[4] = {bucket[0], bucket[1], bucket[2], bucket[3]};
+    ModelStore(bucket, kind, depth, today, preserve_analysis);
+    RunStore(kind, depth);
+    bool sameSlot = false;
+    for (int i = 0; i < 4; ++i) {
+      ASSERT_EQ(At(Slot(i)), bucket[i]) << "slot " << i << " store " << kind << " depth " << depth << " today "
+                                        << today << " preserve " << preserve_analysis << " was " << std::hex
+                                        << before[0] << " " << before[1] << " " << before[2] << " " << before[3];
+      sameSlot |= bucket[i] != before[i] && (before[i] >> 41) == kCheck;
+    }
+    inPlace += sameSlot;
+    victims += !sameSlot;
+  }
+  EXPECT_GT(inPlace, 3000);
+  EXPECT_GT(victims, 3000);
 }
 
 // --- Dates ---------------------------------------------------------------------
@@ -391,9 +245,7 @@ TEST_F(HashTable, ClearEmptiesEveryWordAndRestartsTheDate) {
   EXPECT_EQ(HashDate, 0u);
   EXPECT_EQ(ReplacementScore[0], 508);
   EXPECT_EQ(ReplacementScore[3 * 64], 512);
-}
-
-TEST_F(HashTable, NewGameClearsOnlyAnOwnedTable) {
+  // A new game clears the table its process owns.
   Put(0, Word(kCheck, 9, 2, kExact));
   SetHashDate(2);
   new_game_reset();

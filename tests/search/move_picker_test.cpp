@@ -466,22 +466,6 @@ TEST(Ordering, KillersThenCountersThenHistory) {
   EXPECT_GT(checked, 200);
 }
 
-// A killer proved with check speaks only for the checking form of the move.
-TEST(Ordering, KillerWithCheckDoesNotMarkTheMoveWithout) {
-  ResetOrderingTables();
-  ASSERT_EQ(SetPositionFromFen(START_FEN), 1);
-  Stack stack;
-  NodeRecord* node = stack.node();
-  const Move pawn = TextToMove("a2a3", true) & 0xffff;
-  node->killers[0] = pawn | MOVE_CHECK;
-  std::vector<Move> order = QuietOrder<WHITE>(node, 0);
-  ASSERT_FALSE(order.empty());
-  EXPECT_NE(order[0], pawn);
-  node->killers[0] = pawn;
-  order = QuietOrder<WHITE>(node, 0);
-  EXPECT_EQ(order[0], pawn);
-}
-
 // The stage that gives `text` in a stage-4 run on `fen` (White to move), or -1.
 int StageOf(const char* fen, const char* text) {
   EXPECT_EQ(SetPositionFromFen(fen), 1) << fen;
@@ -531,101 +515,6 @@ TEST(MovePicker, SelectionStageGivesAPreparedListLargestFirst) {
   EXPECT_EQ(NextMove<WHITE>(&picker, &records[1]), 0u);
 }
 
-TEST(MovePicker, FinishedStagesGiveNothing) {
-  static MovePicker picker;
-  NodeRecord records[2];
-  for (int stage = 23; stage <= 26; ++stage) {
-    StartPicker<BLACK>(&picker, stage, 0x1234, 0x5678, 4, 0, false, 0);
-    picker.list[0] = 0x777;
-    picker.list[1] = 0;
-    EXPECT_EQ(NextMove<BLACK>(&picker, &records[1]), 0u) << stage;
-  }
-}
-
-// Stage 28 takes the variant by delta against the two blended tables and
-// keeps enemy pawns as targets only with the all-targets byte.
-template <int Us>
-std::set<Move> ListSet(int variant, Bitboard targets, NodeRecord* node) {
-  static Move list[256];
-  AttackMaps(node);
-  switch (variant) {
-    case RESTRICTED_HIGH: CaptureList<Us, RESTRICTED_HIGH>(list, targets, node, 0, 1); break;
-    case RESTRICTED_MIDDLE: CaptureList<Us, RESTRICTED_MIDDLE>(list, targets, node, 0, 1); break;
-    default: CaptureList<Us, RESTRICTED_LOW>(list, targets, node, 0, 1); break;
-  }
-  std::set<Move> s;
-  for (Move* p = list; *p; ++p) s.insert(*p);
-  return s;
-}
-
-template <int Us>
-std::set<Move> PickedRestricted(NodeRecord* node, int depth, int delta, bool cut) {
-  static MovePicker picker;
-  AttackMaps(node);
-  StartPicker<Us>(&picker, PICK_FAR_BELOW, 0, 0, depth, delta, cut, 0);
-  std::set<Move> s;
-  while (const Move m = NextMove<Us>(&picker, node)) s.insert(m);
-  return s;
-}
-
-// Runs the threshold checks on the global position when its four lists
-// differ; returns whether they did.
-template <int Us>
-bool CheckRestrictedThresholds() {
-  NodeRecord records[3] = {};
-  NodeRecord* node = &records[1];
-  const Bitboard all = position.colourBits[Us ^ 1];
-  const Bitboard pieces = all & ~position.pieceBits[PAWN_INDEX + (Us ^ 1)];
-  const std::set<Move> high = ListSet<Us>(RESTRICTED_HIGH, pieces, node);
-  const std::set<Move> middle = ListSet<Us>(RESTRICTED_MIDDLE, pieces, node);
-  const std::set<Move> low = ListSet<Us>(RESTRICTED_LOW, pieces, node);
-  const std::set<Move> lowAll = ListSet<Us>(RESTRICTED_LOW, all, node);
-  const std::set<Move> middleAll = ListSet<Us>(RESTRICTED_MIDDLE, all, node);
-  if (high == middle || middle == low || low == lowAll || middle == middleAll) return false;
-
-  const int32_t saved = phase_stage;
-  // Opening, an all node at depth 8: tables 600 and 260, second margin 253.
-  phase_stage = 24;
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 601, false), high);
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 600, false), middle);
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 261, false), middle);
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 260, false), low);
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 252, false), lowAll);
-  // A cut node at depth 6: tables 500 and 230, second margin 197.
-  EXPECT_EQ(PickedRestricted<Us>(node, 6, 300, true), middle);
-  EXPECT_EQ(PickedRestricted<Us>(node, 6, 196, true), lowAll);
-  // Endgame: 900 and 346 at depth 8, second margin 372; at depth 6 the cut
-  // node's second margin is 292.
-  phase_stage = 0;
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 901, false), high);
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 900, false), middle);
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 372, false), middle);
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 371, false), middleAll);
-  EXPECT_EQ(PickedRestricted<Us>(node, 8, 346, false), lowAll);
-  EXPECT_EQ(PickedRestricted<Us>(node, 6, 292, true), low);
-  EXPECT_EQ(PickedRestricted<Us>(node, 6, 291, true), lowAll);
-  phase_stage = saved;
-  return true;
-}
-
-TEST(MovePicker, RestrictedListFollowsTheBlendedThresholds) {
-  std::mt19937_64 rng(28);
-  int checked = 0;
-  for (int game = 0; game < 40 && checked < 20; ++game) {
-    Board board;
-    ASSERT_TRUE(board.SetFen(START_POSITIONS[game % 6]));
-    for (int ply = 0; ply < 80 && checked < 20; ++ply) {
-      if (!board.InCheck()) {
-        ASSERT_EQ(SetPositionFromFen(board.Fen(false).c_str()), 1);
-        checked += board.Side() == WHITE ? CheckRestrictedThresholds<WHITE>() : CheckRestrictedThresholds<BLACK>();
-        if (testing::Test::HasFailure()) return;
-      }
-      if (!board.PlayRandom(rng)) break;
-    }
-  }
-  EXPECT_EQ(checked, 20);
-}
-
 // ---------------------------------------------------------------------------
 // Learning.
 
@@ -640,160 +529,107 @@ class Learning : public testing::Test {
   NodeRecord* node = &records[1];
 };
 
-TEST_F(Learning, CreditMoveTwiceKeepsTheKillerAndItsOrderBits) {
+// A killer keeps its first order bits while credited again; a check bit
+// goes once the move is credited without it and never comes back; a new
+// killer keeps the low 49 bits of its word.
+TEST_F(Learning, CreditMoveKeepsTheKillersAndTheCounterPair) {
   const Move quiet = TextToMove("a2a3", true) | Move(0x1234) << 32;
   const Move other = TextToMove("h2h3", true);
+  const Move previous = TextToMove("e4d5", true);
+  records[0].currentMove = previous;
+  uint16_t* pair = CounterMoves[previous & 0x1ff];
   node->killers[0] = other;
   node->killers[1] = 0;
   CreditMove(quiet | MOVE_CHECK, 10, node, 0);
   EXPECT_EQ(node->killers[0], quiet | MOVE_CHECK);
   EXPECT_EQ(node->killers[1], other);
-  // Again with check: all stays, order bits of the first credit included.
+  EXPECT_EQ(pair[0], quiet & 0xfdff);
   CreditMove(TextToMove("a2a3", true) | MOVE_CHECK | Move(0x4321) << 32, 10, node, 0);
   EXPECT_EQ(node->killers[0], quiet | MOVE_CHECK);
-  EXPECT_EQ(node->killers[1], other);
-  // Without check: the check bit goes, the rest stays.
   CreditMove(TextToMove("a2a3", true), 10, node, 0);
   EXPECT_EQ(node->killers[0], quiet);
-  EXPECT_EQ(node->killers[1], other);
-  // With check again: the bit does not come back.
   CreditMove(TextToMove("a2a3", true) | MOVE_CHECK, 10, node, 0);
   EXPECT_EQ(node->killers[0], quiet);
-}
-
-TEST_F(Learning, CreditMoveKeepsTheLow49BitsOfANewKiller) {
-  const Move word = TextToMove("a2a3", true) | 0xfffe000000000000 | Move(0x1abcd) << 32;
-  CreditMove(word, 4, node, 1);
-  EXPECT_EQ(node->killers[0], word & ((Move(1) << 49) - 1));
-}
-
-TEST_F(Learning, CounterMovesFollowThePreviousMove) {
-  const Move previous = TextToMove("e4d5", true);  // as if the other side had just moved: only its low bits count
-  records[0].currentMove = previous;
-  const Move a = TextToMove("a2a3", true), b = TextToMove("b2b3", true);
-  uint16_t* pair = CounterMoves[previous & 0x1ff];
-  CreditMove(a | MOVE_CHECK, 6, node, 0);
-  EXPECT_EQ(pair[0], a & 0xfdff);
-  EXPECT_EQ(pair[1], 0);
+  EXPECT_EQ(node->killers[1], other);
+  // The counter pair: the newest first, an entry already first stays.
+  const Move b = TextToMove("b2b3", true);
+  CreditMove(b, 6, node, 0);
   CreditMove(b, 6, node, 0);
   EXPECT_EQ(pair[0], b & 0xfdff);
-  EXPECT_EQ(pair[1], a & 0xfdff);
-  CreditMove(b, 6, node, 0);  // already first: nothing moves
-  EXPECT_EQ(pair[0], b & 0xfdff);
-  EXPECT_EQ(pair[1], a & 0xfdff);
-}
-
-TEST_F(Learning, AfterANullMoveCreditLeavesTheCounters) {
+  EXPECT_EQ(pair[1], quiet & 0xfdff);
+  const Move wide = TextToMove("a2a3", true) | 0xfffe000000000000 | Move(0x1abcd) << 32;
+  CreditMove(wide, 4, node, 1);
+  EXPECT_EQ(node->killers[0], wide & ((Move(1) << 49) - 1));
+  // After a null move the counters stay as they are; the rest still happens.
   std::vector<uint16_t> before(&CounterMoves[0][0], &CounterMoves[0][0] + 1024);
   records[0].currentMove = 0;
-  const Move a = TextToMove("a2a3", true);
-  const uint16_t h = HistoryEntry(0, a);
-  CreditMove(a, 20, node, 0);
+  const uint16_t h = HistoryEntry(0, b);
+  CreditMove(b, 20, node, 0);
   EXPECT_TRUE(std::equal(before.begin(), before.end(), &CounterMoves[0][0]));
-  EXPECT_EQ(node->killers[0], a);  // the rest of the credit still happens
-  EXPECT_GT(HistoryEntry(0, a), h);
+  EXPECT_EQ(node->killers[0], b);
+  EXPECT_GT(HistoryEntry(0, b), h);
 }
 
-TEST_F(Learning, HistoryRisesTowardTheTopAndStaysBelow) {
+// History rises by the depth's weight times its distance to the top, in
+// 4096ths, and falls by the weight times its own value; the other row and the
+// other check half stay.
+TEST_F(Learning, HistoryRisesTowardTheTopAndFallsByItsShare) {
   const Move a = TextToMove("f3h4", true);
   uint16_t& h = HistoryEntry(1, a);
   h = 1000;
-  CreditMove(a, 4, node, 1);  // weight 30: 1000 + 30 * 31765 / 4096 = 1000 + 232.6
+  CreditMove(a, 4, node, 1);  // weight 30: 1000 + 30 * 31765 / 4096
   EXPECT_EQ(h, 1232);
-  EXPECT_EQ(HistoryEntry(0, a), HISTORY_SEEDS[CLASS_KNIGHT][31]);  // the other row is untouched
-  h = 32764;
-  CreditMove(a, 127, node, 1);  // 212 / 4096 of 1 is no step at all
-  EXPECT_EQ(h, 32764);
+  EXPECT_EQ(HistoryEntry(0, a), HISTORY_SEEDS[CLASS_KNIGHT][31]);
   h = 0;
-  uint16_t last = 0;
   for (int i = 0; i < 2000; ++i) {
+    const uint16_t last = h;
     CreditMove(a, 30, node, 1);
-    EXPECT_GE(h, last);
-    last = h;
+    ASSERT_GE(h, last);
   }
   EXPECT_LT(h, 32765);
   EXPECT_GT(h, 32700);
+  const Move p = TextToMove("a2a3", true) | MOVE_CHECK;
+  uint16_t& m = HistoryEntry(0, p);
+  m = 20000;
+  HistoryMalus(p, 60, 0);  // 20000 - 212 * 20000 / 4096
+  EXPECT_EQ(m, 18965);
+  EXPECT_EQ(HistoryEntry(0, p & ~MOVE_CHECK), HISTORY_SEEDS[CLASS_PAWN][16]);
 }
 
-TEST_F(Learning, HistoryMalusTakesItsShare) {
-  const Move a = TextToMove("a2a3", true) | MOVE_CHECK;
-  uint16_t& h = HistoryEntry(0, a);
-  h = 1000;
-  HistoryMalus(a, 4, 0);  // 1000 - 30 * 1000 / 4096 = 1000 - 7.3
-  EXPECT_EQ(h, 993);
-  h = 20000;
-  HistoryMalus(a, 60, 0);  // 20000 - 212 * 20000 / 4096 = 20000 - 1035.2
-  EXPECT_EQ(h, 18965);
-  EXPECT_EQ(HistoryEntry(0, a & ~MOVE_CHECK), HISTORY_SEEDS[CLASS_PAWN][16]);  // the check half is apart
-  h = 5;
-  HistoryMalus(a, 0, 0);  // weight 0: no change
-  EXPECT_EQ(h, 5);
-}
-
-// UpdateGain runs at the node after the move; the node's side is the other one.
+// UpdateGain runs at the node after the move: the entry of the move moves
+// half way toward the change of the positional score in the mover's view,
+// within +-127; a capture's gain leaves the victim's worth out, and a piece's
+// capture teaches the victim's worth what the gain does not explain.
 TEST_F(Learning, GainFollowsThePositionalChangeInTheMoversView) {
   const Move knight = TextToMove("f3g5", true);
   int8_t& g = GainTable[WHITE][knight & 0xfcff];
   g = 10;
   records[0].currentMove = knight;
   records[0].positionalScore = 100;
-  node->positionalScore = 150;  // White's view: +50 for White
+  node->positionalScore = 150;
   UpdateGain<BLACK>(node);
-  EXPECT_EQ(g, 30);  // 10 + (50 - 10) / 2
+  EXPECT_EQ(g, 30);
   node->positionalScore = 75;
   UpdateGain<BLACK>(node);
-  EXPECT_EQ(g, 3);  // 30 + trunc((-25 - 30) / 2) = 30 - 27
-
-  // Black's move: a fall of White's view is Black's gain.
-  ASSERT_EQ(SetPositionFromFen("r3k2r/pppq1ppp/2n1bn2/3pp3/3PP3/2N1BN2/PPPQ1PPP/R3K2R b KQkq -"), 1);
-  const Move black = TextToMove("f6g4", true);
-  int8_t& gb = GainTable[BLACK][black & 0xfcff];
-  gb = -4;
-  records[0].currentMove = black;
-  node->positionalScore = 60;  // White's view -40: Black gains 40
-  UpdateGain<WHITE>(node);
-  EXPECT_EQ(gb, 18);  // -4 + 44 / 2
-}
-
-TEST_F(Learning, GainStaysWithinBounds) {
-  const Move knight = TextToMove("f3g5", true);
-  int8_t& g = GainTable[WHITE][knight & 0xfcff];
-  records[0].currentMove = knight;
-  records[0].positionalScore = 0;
-  for (int i = 0; i < 20; ++i) {
-    node->positionalScore = 5000;
-    UpdateGain<BLACK>(node);
-    EXPECT_LE(g, 127);
-    EXPECT_GT(g, 0);
+  EXPECT_EQ(g, 3);  // 30 + trunc((-25 - 30) / 2)
+  for (const int32_t far : {5000, -5000}) {
+    node->positionalScore = far;
+    for (int i = 0; i < 20; ++i) UpdateGain<BLACK>(node);
+    EXPECT_EQ(g, far > 0 ? 127 : -127);
   }
-  EXPECT_EQ(g, 127);
-  for (int i = 0; i < 20; ++i) {
-    node->positionalScore = -5000;
-    UpdateGain<BLACK>(node);
-    EXPECT_GE(g, -127);
-  }
-  EXPECT_EQ(g, -127);
-}
 
-TEST_F(Learning, GainOfACaptureLeavesOutTheVictimsWorth) {
-  // A pawn takes: its gain learns the change less the victim's worth.
   const Move pawn = TextToMove("d4e5", true);
-  ASSERT_NE(pawn & MOVE_VICTIM, 0u);
-  int8_t& g = GainTable[WHITE][pawn & 0xfcff];
+  int8_t& gp = GainTable[WHITE][pawn & 0xfcff];
   int16_t& e = CaptureGainTable[WHITE][CLASS_PAWN * 64 + 36];
-  g = 0;
+  gp = 0;
   e = -20;
   records[0].currentMove = pawn;
   records[0].positionalScore = 0;
   node->positionalScore = 10;
   UpdateGain<BLACK>(node);
-  EXPECT_EQ(g, 15);  // (10 - (-20)) / 2
+  EXPECT_EQ(gp, 15);  // (10 - (-20)) / 2
   EXPECT_EQ(e, -20);
-
-  // A piece takes: the victim's worth learns what the gain does not explain.
-  ASSERT_EQ(SetPositionFromFen("r3k2r/pppq1ppp/2n1bn2/3pp3/3PP3/2N1BN2/PPPQ1PPP/R3K2R w KQkq -"), 1);
   const Move takes = TextToMove("c3d5", true);
-  ASSERT_EQ(takes & 0x4020000, 0u);
   int8_t& gk = GainTable[WHITE][takes & 0xfcff];
   int16_t& ek = CaptureGainTable[WHITE][CLASS_PAWN * 64 + 35];
   gk = 6;
@@ -803,6 +639,17 @@ TEST_F(Learning, GainOfACaptureLeavesOutTheVictimsWorth) {
   UpdateGain<BLACK>(node);
   EXPECT_EQ(ek, 2);  // (-30 - 6 + 40) / 2
   EXPECT_EQ(gk, 6);
+
+  // Black's move: a fall of White's view is Black's gain.
+  ASSERT_EQ(SetPositionFromFen("r3k2r/pppq1ppp/2n1bn2/3pp3/3PP3/2N1BN2/PPPQ1PPP/R3K2R b KQkq -"), 1);
+  const Move black = TextToMove("f6g4", true);
+  int8_t& gb = GainTable[BLACK][black & 0xfcff];
+  gb = -4;
+  records[0].currentMove = black;
+  records[0].positionalScore = 100;
+  node->positionalScore = 60;
+  UpdateGain<WHITE>(node);
+  EXPECT_EQ(gb, 18);  // -4 + 44 / 2
 }
 
 TEST_F(Learning, NoGainAfterANullMoveOrALazyParent) {
@@ -851,121 +698,6 @@ TEST_F(Learning, ReplyCreditAndEvasionMarks) {
   }
   EXPECT_EQ(NextMove<WHITE>(&picker, node) & 0xfdff, block & 0xfdff);
   EXPECT_EQ(NextMove<WHITE>(&picker, node) & 0xfdff, knight & 0xfdff);
-}
-
-TEST_F(Learning, EvasionMarksPassOverPromotions) {
-  // White in check by the rook on a8 along the rank; b7 can take it and promote.
-  ASSERT_EQ(SetPositionFromFen("r3K3/1P6/8/8/8/8/8/4k3 w - -"), 1);
-  records[0].currentMove = 0x2b8;
-  const Move promotion = TextToMove("b7a8q", true);
-  ReplyCredit<WHITE>(promotion, node);
-  Move list[64];
-  GenerateEvasions<WHITE>(list, ~position.colourBits[WHITE], true);
-  std::vector<Move> plain(list, list + 64);
-  MarkEvasions<WHITE>(list, node);
-  int promotions = 0;
-  for (int i = 0; list[i]; ++i) {
-    EXPECT_EQ(list[i], plain[i]) << MoveToText(list[i]);
-    promotions += is_promotion(list[i]);
-  }
-  EXPECT_GT(promotions, 0);
-}
-
-// ---------------------------------------------------------------------------
-// Margins.
-
-TEST(OrderingMargins, BlendRunsFromOpeningToEndgame) {
-  const int32_t saved = phase_stage;
-  phase_stage = 24;
-  EXPECT_EQ(Blend(100, 150), 100);
-  phase_stage = 0;
-  EXPECT_EQ(Blend(100, 150), 150);
-  phase_stage = 12;
-  EXPECT_EQ(Blend(100, 150), 125);
-  EXPECT_EQ(Blend(310, 232), 271);
-  phase_stage = 7;  // 100 * 7 / 24 + 150 * 17 / 24 = 135.4
-  EXPECT_EQ(Blend(100, 150), 135);
-  EXPECT_EQ(Blend(-100, -150), -135);  // toward zero
-  phase_stage = 36;  // past the full set: beyond the opening value
-  EXPECT_EQ(Blend(100, 150), 75);
-  phase_stage = saved;
-}
-
-TEST(OrderingMargins, MoveCutTables) {
-  const int32_t saved = phase_stage;
-  phase_stage = 24;
-  EXPECT_EQ(MoveCut(EXPECTED_ALL, 5), 0);
-  EXPECT_EQ(MoveCut(EXPECTED_ALL, 6), 90);
-  EXPECT_EQ(MoveCut(EXPECTED_CUT, 7), 44);
-  EXPECT_EQ(MoveCut(EXPECTED_CUT, 17), 310);
-  EXPECT_EQ(SecondMoveCut(EXPECTED_ALL, 10), 295);
-  EXPECT_EQ(SecondMoveCut(EXPECTED_CUT, 12), 16000);
-  phase_stage = 0;
-  EXPECT_EQ(MoveCut(EXPECTED_ALL, 13), 240);
-  EXPECT_EQ(MoveCut(EXPECTED_CUT, 16), 232);
-  EXPECT_EQ(SecondMoveCut(EXPECTED_CUT, 6), 292);
-  // All nodes from depth 14 and cut nodes from 18 never reach stage 27.
-  for (const int stage : {0, 12, 24}) {
-    phase_stage = stage;
-    for (int depth = 14; depth < 40; ++depth) EXPECT_EQ(MoveCut(EXPECTED_ALL, depth), 16000) << depth;
-    for (int depth = 18; depth < 40; ++depth) EXPECT_EQ(MoveCut(EXPECTED_CUT, depth), 16000) << depth;
-    for (int depth = 0; depth < 6; ++depth) EXPECT_EQ(MoveCut(EXPECTED_CUT, depth), 0) << depth;
-  }
-  // The restricted list's thresholds: 1.5 times in the endgame for the first, 4/3 for the second.
-  for (int depth = 0; depth < 32; ++depth) {
-    phase_stage = 24;
-    const int first = RestrictedThreshold(0, depth), second = RestrictedThreshold(1, depth);
-    phase_stage = 0;
-    EXPECT_EQ(RestrictedThreshold(0, depth), first * 3 / 2) << depth;
-    EXPECT_NEAR(RestrictedThreshold(1, depth), second * 4 / 3.0, 1.0) << depth;
-  }
-  phase_stage = 24;
-  EXPECT_EQ(RestrictedThreshold(0, 3), 100);
-  EXPECT_EQ(RestrictedThreshold(0, 4), 300);
-  EXPECT_EQ(RestrictedThreshold(1, 11), 290);
-  EXPECT_EQ(RestrictedThreshold(0, 12), 800);
-  EXPECT_EQ(RestrictedThreshold(1, 31), 320);
-  phase_stage = saved;
-}
-
-TEST(OrderingMargins, CountMarginTable) {
-  EXPECT_EQ(CountMarginTable[0][0], 30);
-  EXPECT_EQ(CountMarginTable[1][2], 14);
-  EXPECT_EQ(CountMarginTable[1][100], 14);
-  EXPECT_EQ(CountMarginTable[3][3], -35);
-  EXPECT_EQ(CountMarginTable[4][2], 3000);
-  EXPECT_EQ(CountMarginTable[5][3], -21);
-  EXPECT_EQ(CountMarginTable[7][3], 3000);
-  EXPECT_EQ(CountMarginTable[7][4], -17);
-  EXPECT_EQ(CountMarginTable[9][127], 6);
-  EXPECT_EQ(CountMarginTable[11][5], 55);
-}
-
-TEST(MovePicker, StartPickerFillsTheStagingFields) {
-  static MovePicker picker;
-  const int32_t saved = phase_stage;
-  phase_stage = 24;
-  StartPicker<WHITE>(&picker, PICK_FAR_BELOW, 0x111, 0x222, 8, 252, false, 1);
-  EXPECT_EQ(picker.stage, 27);
-  EXPECT_EQ(picker.first, 0x111u);
-  EXPECT_EQ(picker.second, 0x222u);
-  EXPECT_EQ(picker.third, 0u);
-  EXPECT_EQ(picker.depth, 8);
-  EXPECT_EQ(picker.delta, 252);
-  EXPECT_EQ(picker.allTargets, 1);  // below 253 at depth 8 in an all node
-  EXPECT_EQ(picker.fullList, 1);
-  EXPECT_EQ(picker.historyRow, 1);
-  EXPECT_EQ(picker.shuffleAllowed, 1);
-  StartPicker<BLACK>(&picker, PICK_FIRST, 0, 0, 8, 253, false, 0);
-  EXPECT_EQ(picker.allTargets, 0);
-  EXPECT_EQ(picker.shuffleAllowed, 0);
-  StartPicker<BLACK>(&picker, PICK_FIRST, 0, 0, 8, 100, false, 0);
-  EXPECT_EQ(picker.historyRow, 0);
-  StartPicker<BLACK>(&picker, PICK_FIRST, 0, 0, 8, -20, false, 0);
-  EXPECT_EQ(picker.fullList, 0);
-  StartPicker<BLACK>(&picker, PICK_FIRST, 0, 0, 8, -19, false, 0);
-  EXPECT_EQ(picker.fullList, 1);
-  phase_stage = saved;
 }
 
 }  // namespace

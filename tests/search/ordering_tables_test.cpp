@@ -1,4 +1,4 @@
-// The ordering tables: the weight ladder by depth and the new-game reset.
+// The ordering tables: the new-game reset.
 #include "search/ordering_tables.h"
 
 #include <gtest/gtest.h>
@@ -8,24 +8,6 @@
 #include <vector>
 
 namespace {
-
-TEST(OrderingTables, HistoryWeightsByDepth) {
-  EXPECT_EQ(HistoryWeights[0], 0);
-  EXPECT_EQ(HistoryWeights[1], 14);
-  EXPECT_EQ(HistoryWeights[3], 14);
-  EXPECT_EQ(HistoryWeights[4], 30);
-  EXPECT_EQ(HistoryWeights[5], 38);
-  EXPECT_EQ(HistoryWeights[12], 106);
-  EXPECT_EQ(HistoryWeights[17], 156);
-  EXPECT_EQ(HistoryWeights[18], 164);
-  EXPECT_EQ(HistoryWeights[23], 204);
-  ASSERT_EQ(HistoryWeights.size(), 128u);
-  for (int depth = 24; depth < 128; ++depth) EXPECT_EQ(HistoryWeights[depth], 212) << "depth " << depth;
-}
-
-TEST(OrderingTables, HistoryWeightsNeverFall) {
-  for (int depth = 1; depth < 128; ++depth) EXPECT_GE(HistoryWeights[depth], HistoryWeights[depth - 1]);
-}
 
 void Dirty() {
   HistoryTable[0] = 1;
@@ -40,15 +22,8 @@ void Dirty() {
   CaptureGainTable[1][8 * 64 - 1] = 900;
 }
 
-TEST(OrderingTables, ResetClearsTheReplyKeys) {
-  Dirty();
-  ResetOrderingTables();
-  for (const auto& pair : CounterMoves) ASSERT_TRUE(pair[0] == 0 && pair[1] == 0);
-  for (const auto& pair : EvasionCounterMoves) ASSERT_TRUE(pair[0] == 0 && pair[1] == 0);
-}
-
-// Whatever the seeds are, a reset brings the learnt tables back to them:
-// what a game wrote must not survive into the next.
+// Whatever the seeds are, a reset brings the learnt tables back to them and
+// empties the reply keys: what a game wrote must not survive into the next.
 TEST(OrderingTables, ResetRestoresTheSeeds) {
   ResetOrderingTables();
   std::vector<uint16_t> history(std::begin(HistoryTable), std::end(HistoryTable));
@@ -66,6 +41,8 @@ TEST(OrderingTables, ResetRestoresTheSeeds) {
   EXPECT_TRUE(std::equal(history.begin(), history.end(), std::begin(HistoryTable)));
   EXPECT_TRUE(std::equal(gain.begin(), gain.end(), &GainTable[0][0]));
   EXPECT_TRUE(std::equal(captureGain.begin(), captureGain.end(), &CaptureGainTable[0][0]));
+  for (const auto& pair : CounterMoves) ASSERT_TRUE(pair[0] == 0 && pair[1] == 0);
+  for (const auto& pair : EvasionCounterMoves) ASSERT_TRUE(pair[0] == 0 && pair[1] == 0);
 }
 
 }  // namespace

@@ -16,47 +16,36 @@ std::pair<std::string, std::string> names_of(const char* command_line) {
   return {name, short_name};
 }
 
-TEST(EngineName, ProductWordAloneGivesThePlainName) {
-  EXPECT_EQ(names_of("build/quorl"), std::make_pair(std::string("Quorl"), std::string("")));
-  EXPECT_EQ(names_of("/usr/local/bin/QUORL"), std::make_pair(std::string("Quorl"), std::string("")));
-  // The tail is emptied before the extension goes, so a bare extension
-  // leaves its blank behind.
-  EXPECT_EQ(names_of("C:\\Engines\\quorl.exe").first, "Quorl ");
+// The name and the short name (the name without the product word).
+TEST(EngineName, BuiltAroundTheProductWordOfTheCommandLine) {
+  const struct {
+    const char* command_line;
+    const char* name;
+    const char* short_name;
+  } cases[] = {
+      {"build/quorl", "Quorl", ""},
+      {"/usr/local/bin/QUORL", "Quorl", ""},
+      // The tail is emptied before the extension goes: a bare extension leaves its blank.
+      {"C:\\Engines\\quorl.exe", "Quorl ", nullptr},
+      {"C:\\Engines\\Grand Quorl 13 x64.exe", "Grand Quorl 13 x64", "Grand 13 x64"},
+      {"/opt/e/Grand Quorl 13 x64", "Grand Quorl 13 x64", "Grand 13 x64"},
+      {"/tmp/grand-quorl", "grand Quorl", nullptr},  // the character in front goes
+      {"/tmp/my_quorl_beta", "my Quorl beta", "my beta"},  // an underscore behind is part of the word
+      {"/e/quorl 13.1 x64.exe", "Quorl 13.1 x64", nullptr},  // version dots stay, extensions go
+      {"/e/quorl.13", "Quorl .13", nullptr},
+      {"/e/quorl-dev.sh", "Quorl -dev", nullptr},
+      {"build/quorl 0 4 64", "Quorl 0 4 64", nullptr},  // the arguments join the name
+      {"\"/e/quorl  x\"", "Quorl x\"", nullptr},  // blanks shrink, a quote resets the tail
+      {"/usr/bin/chess-engine", "Quorl chess-engine", "chess-engine"},  // no product word
+  };
+  for (const auto& c : cases) {
+    const auto [name, short_name] = names_of(c.command_line);
+    EXPECT_EQ(name, c.name) << c.command_line;
+    if (c.short_name) {
+      EXPECT_EQ(short_name, c.short_name) << c.command_line;
+    }
+  }
 }
-
-TEST(EngineName, WordsAroundTheProductWordStay) {
-  EXPECT_EQ(names_of("C:\\Engines\\Grand Quorl 13 x64.exe"),
-            std::make_pair(std::string("Grand Quorl 13 x64"), std::string("Grand 13 x64")));
-  EXPECT_EQ(names_of("/opt/e/Grand Quorl 13 x64"),
-            std::make_pair(std::string("Grand Quorl 13 x64"), std::string("Grand 13 x64")));
-  // The character in front of the word goes with it.
-  EXPECT_EQ(names_of("/tmp/grand-quorl").first, "grand Quorl");
-  // An underscore behind the word is part of it.
-  EXPECT_EQ(names_of("/tmp/quorl_beta").first, "Quorl beta");
-  EXPECT_EQ(names_of("/tmp/my_quorl_beta"), std::make_pair(std::string("my Quorl beta"),
-                                                           std::string("my beta")));
-}
-
-TEST(EngineName, VersionDotsStayAndExtensionsGo) {
-  EXPECT_EQ(names_of("/e/quorl 13.1.exe").first, "Quorl 13.1");
-  EXPECT_EQ(names_of("/e/quorl 13.1 x64.exe").first, "Quorl 13.1 x64");
-  EXPECT_EQ(names_of("/e/quorl.13").first, "Quorl .13");
-  EXPECT_EQ(names_of("/e/quorl-dev.sh").first, "Quorl -dev");
-}
-
-TEST(EngineName, ArgumentsAndQuotesAreScannedToo) {
-  // The command line holds the arguments, so numbers join the name.
-  EXPECT_EQ(names_of("build/quorl 0 4 64").first, "Quorl 0 4 64");
-  // Runs of blanks shrink to one; a quote in front of a word resets the tail.
-  EXPECT_EQ(names_of("\"/e/quorl  x\"").first, "Quorl x\"");
-  // Without the product word the tail names the engine.
-  EXPECT_EQ(names_of("/usr/bin/chess-engine"),
-            std::make_pair(std::string("Quorl chess-engine"), std::string("chess-engine")));
-}
-
-struct ArgumentCase {
-  std::vector<const char*> argv;
-};
 
 bool read(std::vector<const char*> argv) {
   is_child = false;
@@ -120,14 +109,8 @@ TEST(ProcessRole, NumbersInFrontOfTheArgumentsAreRefused) {
 }
 
 TEST(HashSize, RoundsDownToAPowerOfTwo) {
-  EXPECT_EQ(round_hash_size(-5), 1u);
-  EXPECT_EQ(round_hash_size(0), 1u);
-  EXPECT_EQ(round_hash_size(1), 1u);
-  EXPECT_EQ(round_hash_size(2), 2u);
-  EXPECT_EQ(round_hash_size(3), 2u);
-  EXPECT_EQ(round_hash_size(100), 64u);
-  EXPECT_EQ(round_hash_size(1024), 1024u);
-  EXPECT_EQ(round_hash_size(1025), 1024u);
+  const std::pair<int, uint32_t> cases[] = {{-5, 1}, {0, 1}, {1, 1}, {3, 2}, {100, 64}, {1024, 1024}, {1025, 1024}};
+  for (const auto& [megabytes, rounded] : cases) EXPECT_EQ(round_hash_size(megabytes), rounded) << megabytes;
 }
 
 }  // namespace

@@ -19,18 +19,6 @@ namespace {
 
 using namespace quorl_test;
 
-// Every line up to "readyok", which an isready sent behind the input forces.
-std::vector<std::string> LinesBeforeReady(EngineProcess& engine, const std::string& input) {
-  std::vector<std::string> lines;
-  if (!engine.send(input + "isready\n")) return {"<send failed>"};
-  for (;;) {
-    std::optional<std::string> line = engine.read_line(kReplyMs);
-    if (!line) return lines;
-    if (*line == "readyok") return lines;
-    lines.push_back(*line);
-  }
-}
-
 class OptionDialogue : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(engine.started()) << engine.start_error(); }

@@ -121,4 +121,56 @@ void ExpectNothingMore(EngineProcess& engine) {
   }
 }
 
+std::vector<std::string> LinesBeforeReady(EngineProcess& engine, const std::string& input) {
+  std::vector<std::string> lines;
+  if (!engine.send(input + "isready\n")) return {"<send failed>"};
+  for (;;) {
+    std::optional<std::string> line = engine.read_line(kReplyMs);
+    if (!line || *line == "readyok") return lines;
+    lines.push_back(*line);
+  }
+}
+
+namespace {
+
+// The rest of an id block whose "id name" line has been read: the author,
+// the option lines, then "uciok".
+bool ReadRestOfIdBlock(EngineProcess& engine) {
+  if (engine.read_line(kReplyMs) != "id author Orlan Tesk") return false;
+  for (;;) {
+    auto line = engine.read_line(kReplyMs);
+    if (!line) return false;
+    if (*line == "uciok") return true;
+    if (!StartsWith(*line, "option name ")) return false;
+  }
+}
+
+}  // namespace
+
+std::optional<std::vector<std::string>> RepliesTo(EngineProcess& engine, std::string_view bytes) {
+  if (!engine.send(bytes) || !engine.send("isready\nuci\n")) return std::nullopt;
+  std::vector<std::string> lines;
+  for (;;) {
+    auto line = engine.read_line(kReplyMs);
+    if (!line) return std::nullopt;
+    if (StartsWith(*line, "id name ") && !lines.empty() && lines.back() == "readyok") break;
+    lines.push_back(*line);
+  }
+  lines.pop_back();
+  if (!ReadRestOfIdBlock(engine)) return std::nullopt;
+  return lines;
+}
+
+std::optional<std::string> ReadIdBlock(EngineProcess& engine) {
+  auto first = engine.read_line(kReplyMs);
+  if (!first || !StartsWith(*first, "id name ") || !ReadRestOfIdBlock(engine)) return std::nullopt;
+  return first->substr(8);
+}
+
+void ExpectCleanEnd(EngineProcess& engine) {
+  engine.close_input();
+  EXPECT_EQ(engine.wait_exit(kReplyMs), 0);
+  EXPECT_TRUE(engine.expect_silence(kReplyMs)) << "output after the end of input";
+}
+
 }  // namespace quorl_test

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -60,5 +61,17 @@ void ExpectNothingMore(EngineProcess& engine);
 // Reads info lines until one reports an iteration of at least `depth`, so
 // that the search is known to be well under way.
 ::testing::AssertionResult AwaitDepth(EngineProcess& engine, int depth);
+
+// Every line up to "readyok", which an isready sent behind the input forces.
+std::vector<std::string> LinesBeforeReady(EngineProcess& engine, const std::string& input);
+// Every line printed in answer to `bytes`, readyok included: the end is marked
+// by an isready and a uci sent behind them, so the answer is what comes before
+// a readyok directly followed by the id block. Empty when the engine did not
+// get through the marker in time.
+std::optional<std::vector<std::string>> RepliesTo(EngineProcess& engine, std::string_view bytes);
+// Reads one complete id block ("id name" to "uciok") and gives the name.
+std::optional<std::string> ReadIdBlock(EngineProcess& engine);
+// Closes the input and expects a clean exit with no further output.
+void ExpectCleanEnd(EngineProcess& engine);
 
 }  // namespace quorl_test
