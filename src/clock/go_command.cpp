@@ -23,6 +23,7 @@
 #include "search/root_driver.h"
 #include "search/root_list.h"
 #include "search/search_common.h"
+#include "search/samples.h"
 #include "search/search_margins.h"
 #include "search/search_state.h"
 #include "shell/dialogue.h"
@@ -257,6 +258,7 @@ void prepare_search() {
   stop_pending = false;
   largest_printed_nodes = 0;
   root_pv_search = false;
+  samples_on = false;
   is_searching = true;
   reset_node_count();
   std::memset(node_stack, 0, sizeof(NodeRecord) * NODE_STACK_SIZE);

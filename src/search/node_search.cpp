@@ -14,6 +14,7 @@
 #include "search/quiescence.h"
 #include "search/search_common.h"
 #include "search/search_margins.h"
+#include "search/samples.h"
 #include "search/search_state.h"
 
 namespace {
@@ -475,13 +476,18 @@ int32_t OpenNode(int32_t alpha, int32_t beta, int32_t depth, bool inCheck, NodeR
       if (Scout) {
         if (v >= beta && depth > 5) v = -OpenNode<Them, true>(-beta, 1 - beta, childDepth, check, node + 1, 0, childBudget);
       } else if (v > alpha) {
-        if (depth >= 16 && (alpha + 200 <= beta || mode != 0))
+        if (depth >= 16 && (alpha + 200 <= beta || mode != 0)) {
+          const bool sampled = NodeSamples(mode, depth) && (hashMove || bestMove);
+          if (sampled) NodeSample(SAMPLE_UNCLEAR, node, mode, alpha, m);
           v = -OpenNode<Them, true>(-alpha - 1, -alpha, childDepth, check, node + 1, 0, childBudget);
+          if (sampled && v > alpha) NodeSample(SAMPLE_BETTER, node, mode, alpha, m);
+        }
         if (v > alpha) v = -OpenNode<Them, false>(-beta, -alpha, childDepth, check, node + 1, 0, childBudget);
       }
     }
     const Move made = node->currentMove;
     UnmakeMove<Us>(m, &saved);
+    if (NodeReports(mode, depth)) SampleAfterMove(node, mode, depth, v, alpha, beta, m, moveNumber == 1, hashMove, bestMove);
 
     // Another process may have finished this node meanwhile.
     if (depth >= 10) {

@@ -22,6 +22,7 @@
 #include "search/node_support.h"
 #include "search/root_list.h"
 #include "search/root_moves.h"
+#include "search/samples.h"
 #include "search/search_common.h"
 #include "search/search_state.h"
 #include "shell/dialogue.h"
@@ -202,6 +203,7 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
     int32_t score;
     const bool principal = d < 4 || (row.depth >= d - 2 && alpha < row.score && i < multi_pv);
     if (principal) {
+      if (samples_on) SendSample("info sample %s issearching", MoveToText(m));
       PublishCurrentMove(m);
       root_pv_search = true;
       score = -(t + PvSearch<Them>(-(beta + t), -(alpha + t), childDepth - cut, check, root + 1, first ? 3 : 0, 0));
@@ -210,12 +212,15 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
       if (always_score_main_move && i == 0 && score <= alpha)
         score = -(t + PvSearch<Them>(-(beta + t), 30000, childDepth - cut, check, root + 1, first ? 3 : 0, 0));
     } else {
+      if (samples_on) SendSample("info sample isworse %s %s", root_list[0].pv, MoveToText(m));
       score = -(t + NullWindowSearch<Them>(-(alpha + t), childDepth, check, root + 1, 0, ROOT_LATE_MOVE_FLAGS,
                                            d - childDepth, 0));
       if (score > alpha) {
         root_pv_search = true;
         PublishCurrentMove(m);
+        if (samples_on) SendSample("info sample %s isunclear", MoveToText(m));
         score = -(t + ScoutSearch<Them>(-(alpha + t), childDepth, check, root + 1, 0));
+        if (score > alpha && samples_on) SendSample("info sample %s isbetter", MoveToText(m));
         if (score > alpha)
           score = -(t + PvSearch<Them>(-(beta + t), -(alpha + t), childDepth, check, root + 1, first ? 1 : 0, 0));
         root_pv_search = false;
@@ -318,6 +323,7 @@ void RootDriver() {
   stop_mark_set = true;
   for (int32_t d = 2 + (depth_limit & 1); d < MAX_ITERATION; d += 2) {
     current_depth = d;
+    StartSamplesAt(d);
     if (!slave_lines && d >= 8) send_progress_line("info depth %d", d / 2);
     AspirationDriver<Us>(d);
     if (IterationEndTest(d)) break;
