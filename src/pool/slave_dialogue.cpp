@@ -115,8 +115,7 @@ void take_own_choice(int64_t elapsed) {
     RestartSearch("Jumping out of search - taken move of own choosing not currently being searched.");
 }
 
-void NoteGoodMove(uint64_t key, Move move, int32_t depth) {
-  if (depth <= 2 * good_move_depth + 6) return;
+void NoteGoodMove(uint64_t key, Move move) {
   static char text[48];
   std::snprintf(text, sizeof(text), "!%" PRIx64 " %s", key, MoveToText(move));
   if (slave_lines && !is_child) return;  // the controller reads its own reports instead

@@ -38,6 +38,8 @@ void handle_set_hash_move(const char* line);
 // A slave search with one line past its move time takes its own best move.
 void take_own_choice(int64_t elapsed);
 
-// The good-move line of a deep node: composed, and in a slave search of the
+// The good-move line "!<key> <move>" of a deep node of the main search, in
+// the form a controller sends back: composed, and in a slave search of the
 // MainProcess sent nowhere.
-void NoteGoodMove(uint64_t key, Move move, int32_t depth);
+inline bool IsGoodMoveDepth(int32_t depth) { return depth > 2 * good_move_depth + 6; }
+void NoteGoodMove(uint64_t key, Move move);

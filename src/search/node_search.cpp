@@ -8,6 +8,7 @@
 #include "eval/attack_maps.h"
 #include "eval/capture_lists.h"
 #include "hash/table.h"
+#include "pool/slave_dialogue.h"
 #include "search/move_picker.h"
 #include "search/node_support.h"
 #include "search/ordering_margins.h"
@@ -316,7 +317,10 @@ int32_t OpenNode(int32_t alpha, int32_t beta, int32_t depth, bool inCheck, NodeR
       const bool exact = IsLower(e) && IsUpper(e);
       const bool lowerFits = v < MATE_RANGE || beta < MATE_RANGE;
       const bool upperFits = v > -MATE_RANGE || alpha > -MATE_RANGE;
-      if (exact && lowerFits && upperFits) return ClampMate(v);
+      if (exact && lowerFits && upperFits) {
+        if (!Scout && IsGoodMoveDepth(depth) && BestMove(e)) NoteGoodMove(key, HashMoveToMove<Us>(BestMove(e)));
+        return ClampMate(v);
+      }
       if (Scout && exact) return ClampMate(v);
       if (depth < 6 && IsLower(e) && v >= beta && lowerFits) return ClampMate(v);
       if (depth < 6 && IsUpper(e) && v <= alpha && upperFits) return ClampMate(v);
@@ -516,6 +520,7 @@ int32_t OpenNode(int32_t alpha, int32_t beta, int32_t depth, bool inCheck, NodeR
     if (v > alpha) {
       alpha = v;
       bestMove = made;
+      if (!Scout && IsGoodMoveDepth(depth)) NoteGoodMove(key, made);
     }
     if (alpha >= beta) {
       if (!(m & NO_CREDIT)) CreditMove(made, depth, node, row);

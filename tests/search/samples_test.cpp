@@ -32,7 +32,7 @@ std::vector<std::string> ScoreLines(const Answer& answer, int* samples) {
 }
 
 TEST(Samples, LeaveTheSearchUnchanged) {
-  const std::string go = "position fen r1bqkb1r/pppp1ppp/2n2n2/4p3/2B1P3/5N2/PPPP1PPP/RNBQK2R w KQkq - 4 4\ngo depth 12\n";
+  const std::string go = "position fen 8/8/4k3/8/2P5/4K3/8/8 w - - 0 1\ngo depth 13\n";
   std::vector<std::string> found[2];
   int samples[2];
   for (int sampled = 0; sampled < 2; ++sampled) {
