@@ -96,9 +96,15 @@ void NodeSample(NodeSampleKind kind, const NodeRecord* node, int32_t mode, int32
       SendSample("info sample %s%s %s [ isbetter %s %s ]", mode == 3 ? "" : "isbetter ", path, ScoreShort(node, v, v),
                  MoveToText(m), "");
       break;
-    case SAMPLE_WORSE:
-      SendSample("info sample %s%s %s", mode != 3 && (ply & 1) ? "isworse " : "", path, ScoreShort(node, v, v));
+    case SAMPLE_WORSE: {
+      // At an even ply the root's opponent is doing better than the line
+      // assumed: said after the first move of the path.
+      const char* blank = std::strchr(path, ' ');
+      const int head = !(ply & 1) && blank ? int(blank - path) : int(std::strlen(path));
+      SendSample("info sample %s%.*s%s%s %s", mode != 3 && (ply & 1) ? "isworse " : "", head, path,
+                 head < int(std::strlen(path)) ? " ismuchbetter" : "", path + head, ScoreShort(node, v, v));
       break;
+    }
     case SAMPLE_INSIDE:
       SendSample("info sample %s%s %s %s", mode == 3 ? "" : "isbetter ", path, ScoreShort(node, v, v + 1),
                  LineText(node, m));
