@@ -51,6 +51,13 @@ constexpr bool is_white_promotion(Move m) { return (m & 0x1f8) == 0xf8; }
 constexpr bool is_black_promotion(Move m) { return (m & 0x1f8) == 0xc0; }
 constexpr bool is_promotion(Move m) { return is_white_promotion(m) || is_black_promotion(m); }
 
+// Whether a move named from outside (a go list, a controller) is the move
+// `m`: the same squares and, for a promotion, the same piece.
+constexpr bool SameNamedMove(Move named, Move m) {
+  if (move_from(named) != move_from(m) || move_to(named) != move_to(m)) return false;
+  return !(is_promotion(m) || is_promotion(named)) || promotion_index(WHITE, named) == promotion_index(WHITE, m);
+}
+
 // Long algebraic text ("e2e4", "e7e8q", "null" for the word 11). Two static
 // buffers, so two moves can be printed in one line.
 const char* MoveToText(Move move);

@@ -1,5 +1,6 @@
 #include "clock/go_command.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdlib>
 #include <cstring>
@@ -14,6 +15,7 @@
 #include "hash/table.h"
 #include "platform/clock.h"
 #include "pool/children.h"
+#include "pool/slave_dialogue.h"
 #include "pool/sync_area.h"
 #include "tablebase/tablebase_settings.h"
 #include "report/diagram.h"
@@ -23,6 +25,7 @@
 #include "search/root_driver.h"
 #include "search/root_list.h"
 #include "search/search_common.h"
+#include "search/samples.h"
 #include "search/search_margins.h"
 #include "search/search_state.h"
 #include "shell/dialogue.h"
@@ -58,6 +61,7 @@ void reset_limits() {
   move_time_limit = NO_BUDGET;
   search_moves[0] = 0;
   contempt = 0;
+  slave_lines = 0;
 }
 
 // The children search the same position without a clock of their own: they
@@ -70,7 +74,12 @@ void send_go_to_children() {
   const char* play = play_mode ? "playmode " : "";
   const char* listed = search_moves[0] ? " searchmoves" : "";
   const char* miss = last_search_was_ponder_miss ? " lastsearchwaspmiss" : "";
-  send_to_children("go contempt %d date %u %sinfinite%s%s%s", contempt, unsigned(HashDate >> HashEntry::DATE_SHIFT), play, listed, miss, moves);
+  const unsigned date = unsigned(HashDate >> HashEntry::DATE_SHIFT);
+  if (slave_lines)
+    send_to_children("go slave %d contempt %d date %u %sinfinite%s%s%s", slave_lines, contempt, date, play, listed, miss,
+                     moves);
+  else
+    send_to_children("go contempt %d date %u %sinfinite%s%s%s", contempt, date, play, listed, miss, moves);
 }
 
 // Child 3 of an ordinary search keeps two exact lines for the MainProcess's
@@ -204,9 +213,13 @@ void read_go_line(char* line) {
     else if (!std::strcmp(word, "movetime")) {
       const int32_t v = number(value());
       move_time_limit = v < 31 ? 10 : v - 20;
-    } else if (!std::strcmp(word, "id") || !std::strcmp(word, "slave") || !std::strcmp(word, "goodmovedepth")) {
-      value();  // a controller's words for the slave search
-    } else if (!std::strcmp(word, "contempt")) contempt = number(value());
+    } else if (!std::strcmp(word, "id")) slave_id = number(value());
+    else if (!std::strcmp(word, "slave")) {
+      slave_lines = number(value());
+      if (slave_lines > 0) multi_pv = std::min(slave_lines, int32_t(ROOT_LIST_SIZE));
+    }
+    else if (!std::strcmp(word, "goodmovedepth")) good_move_depth = number(value());
+    else if (!std::strcmp(word, "contempt")) contempt = number(value());
     else if (!std::strcmp(word, "date")) SetHashDate(uint32_t(number(value())) & 3);
     else if (const Move m = TextToMove(word, true); m && searchMoves < 256) {
       search_moves[searchMoves++] = m;
@@ -249,6 +262,7 @@ void prepare_search() {
   stop_pending = false;
   largest_printed_nodes = 0;
   root_pv_search = false;
+  samples_on = false;
   is_searching = true;
   reset_node_count();
   std::memset(node_stack, 0, sizeof(NodeRecord) * NODE_STACK_SIZE);

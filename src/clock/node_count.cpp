@@ -5,6 +5,7 @@
 #include "board/move.h"
 #include "clock/budget.h"
 #include "clock/process_reports.h"
+#include "pool/slave_dialogue.h"
 #include "pool/sync_area.h"
 #include "platform/clock.h"
 #include "report/output.h"
@@ -77,5 +78,6 @@ void periodic_check() {
     search_restart = false;
     JumpToStopMark();
   }
+  if (InsideSearch()) take_own_choice(elapsed);
   if (cpu_usage < 100) sleep_ms(100 - cpu_usage);
 }

@@ -19,7 +19,7 @@
 
 bool is_child = false;
 bool goe_mode = false;
-bool slave_lines = false;
+int32_t slave_lines = 0;
 bool send_text_reports = true;
 
 FILE* uci_log = nullptr;

@@ -11,7 +11,7 @@
 // Flags that gate the family.
 extern bool is_child;           // a ChildProcess: nothing reaches standard output
 extern bool goe_mode;           // self-play output form
-extern bool slave_lines;        // a slave search: the controller gets its own line forms
+extern int32_t slave_lines;     // lines of a slave search, 0 for none: the controller gets its own line forms
 extern bool send_text_reports;  // "info string" reports of the report kind go out
 
 // The uci log; null while closed.

@@ -67,11 +67,13 @@ void ScoreText(int32_t v, char* buffer, size_t size) {
   }
 }
 
-void WalkLine(Move first, int length, char* buffer, size_t size) {
+void WalkLine(Move first, int length, char* buffer, size_t size) { WalkLineOf(sideToMove, first, length, buffer, size); }
+
+void WalkLineOf(int side, Move first, int length, char* buffer, size_t size) {
   buffer[0] = 0;
   uint64_t seen[256];
   if (length > 250) length = 250;
-  if (sideToMove == WHITE) Walk<WHITE>(first, length, buffer, size, seen, 0);
+  if (side == WHITE) Walk<WHITE>(first, length, buffer, size, seen, 0);
   else Walk<BLACK>(first, length, buffer, size, seen, 0);
 }
 

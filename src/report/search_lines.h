@@ -15,6 +15,8 @@ void ScoreText(int32_t score, char* buffer, size_t size);
 // and never into a position the line has already passed. Coordinate texts
 // with blanks between them. The Position is left as it was.
 void WalkLine(Move first, int length, char* buffer, size_t size);
+// The same from a position inside the tree, where `side` is to move.
+void WalkLineOf(int side, Move first, int length, char* buffer, size_t size);
 
 // The move that the table holds for the position after `first`: the last
 // matching entry with a move decides; 0 when it holds none or an illegal one.

@@ -8,12 +8,14 @@
 #include "eval/attack_maps.h"
 #include "eval/capture_lists.h"
 #include "hash/table.h"
+#include "pool/slave_dialogue.h"
 #include "search/move_picker.h"
 #include "search/node_support.h"
 #include "search/ordering_margins.h"
 #include "search/quiescence.h"
 #include "search/search_common.h"
 #include "search/search_margins.h"
+#include "search/samples.h"
 #include "search/search_state.h"
 
 namespace {
@@ -315,7 +317,10 @@ int32_t OpenNode(int32_t alpha, int32_t beta, int32_t depth, bool inCheck, NodeR
       const bool exact = IsLower(e) && IsUpper(e);
       const bool lowerFits = v < MATE_RANGE || beta < MATE_RANGE;
       const bool upperFits = v > -MATE_RANGE || alpha > -MATE_RANGE;
-      if (exact && lowerFits && upperFits) return ClampMate(v);
+      if (exact && lowerFits && upperFits) {
+        if (!Scout && IsGoodMoveDepth(depth) && BestMove(e)) NoteGoodMove(key, HashMoveToMove<Us>(BestMove(e)));
+        return ClampMate(v);
+      }
       if (Scout && exact) return ClampMate(v);
       if (depth < 6 && IsLower(e) && v >= beta && lowerFits) return ClampMate(v);
       if (depth < 6 && IsUpper(e) && v <= alpha && upperFits) return ClampMate(v);
@@ -471,13 +476,18 @@ int32_t OpenNode(int32_t alpha, int32_t beta, int32_t depth, bool inCheck, NodeR
       if (Scout) {
         if (v >= beta && depth > 5) v = -OpenNode<Them, true>(-beta, 1 - beta, childDepth, check, node + 1, 0, childBudget);
       } else if (v > alpha) {
-        if (depth >= 16 && (alpha + 200 <= beta || mode != 0))
+        if (depth >= 16 && (alpha + 200 <= beta || mode != 0)) {
+          const bool sampled = NodeSamples(mode, depth) && (hashMove || bestMove);
+          if (sampled) NodeSample(SAMPLE_UNCLEAR, node, mode, alpha, m);
           v = -OpenNode<Them, true>(-alpha - 1, -alpha, childDepth, check, node + 1, 0, childBudget);
+          if (sampled && v > alpha) NodeSample(SAMPLE_BETTER, node, mode, alpha, m);
+        }
         if (v > alpha) v = -OpenNode<Them, false>(-beta, -alpha, childDepth, check, node + 1, 0, childBudget);
       }
     }
     const Move made = node->currentMove;
     UnmakeMove<Us>(m, &saved);
+    if (NodeReports(mode, depth)) SampleAfterMove(node, mode, depth, v, alpha, beta, m, moveNumber == 1, hashMove, bestMove);
 
     // Another process may have finished this node meanwhile.
     if (depth >= 10) {
@@ -504,6 +514,7 @@ int32_t OpenNode(int32_t alpha, int32_t beta, int32_t depth, bool inCheck, NodeR
     if (v > alpha) {
       alpha = v;
       bestMove = made;
+      if (!Scout && IsGoodMoveDepth(depth)) NoteGoodMove(key, made);
     }
     if (alpha >= beta) {
       if (!(m & NO_CREDIT)) CreditMove(made, depth, node, row);

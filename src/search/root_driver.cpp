@@ -14,6 +14,7 @@
 #include "clock/node_count.h"
 #include "eval/eval_settings.h"
 #include "hash/table.h"
+#include "pool/slave_dialogue.h"
 #include "pool/sync_area.h"
 #include "report/output.h"
 #include "report/search_lines.h"
@@ -21,6 +22,7 @@
 #include "search/node_support.h"
 #include "search/root_list.h"
 #include "search/root_moves.h"
+#include "search/samples.h"
 #include "search/search_common.h"
 #include "search/search_state.h"
 #include "shell/dialogue.h"
@@ -58,11 +60,7 @@ void PrepareStack(int rootSide) {
 // How many entries of the go line's search moves name this move.
 int SearchMoveMatches(Move m) {
   int matches = 0;
-  for (const Move* s = search_moves; *s; ++s) {
-    if (move_from(*s) != move_from(m) || move_to(*s) != move_to(m)) continue;
-    if (is_promotion(m) && promotion_index(WHITE, *s) != promotion_index(WHITE, m)) continue;
-    ++matches;
-  }
+  for (const Move* s = search_moves; *s; ++s) matches += SameNamedMove(*s, m);
   return matches;
 }
 
@@ -202,23 +200,29 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
     const int32_t childDepth = d - 2 + (check ? 1 : 0);
     const RootRecord& row = root_list[i];
     const bool first = i == 0 && multi_pv == 1;
+    const int32_t cut = i == 0 && SlaveCutsFirstMove() ? 2 : 0;
     int32_t score;
-    if (d < 4 || (row.depth >= d - 2 && alpha < row.score && i < multi_pv)) {
+    const bool principal = d < 4 || (row.depth >= d - 2 && alpha < row.score && i < multi_pv);
+    if (principal) {
+      if (samples_on) SendSample("info sample %s issearching", MoveToText(m));
       PublishCurrentMove(m);
       root_pv_search = true;
-      score = -(t + PvSearch<Them>(-(beta + t), -(alpha + t), childDepth, check, root + 1, first ? 3 : 0, 0));
+      score = -(t + PvSearch<Them>(-(beta + t), -(alpha + t), childDepth - cut, check, root + 1, first ? 3 : 0, 0));
       root_pv_search = false;
       if (display_upperbounds && i == 0 && score <= alpha && d >= 8) ShowFirstRowUpperBound(m, d, score, false, d - 2);
       // The first move's exact value, whatever the window made of it.
       if (always_score_main_move && i == 0)
-        score = -(t + PvSearch<Them>(-(beta + t), 30000, childDepth, check, root + 1, first ? 3 : 0, 0));
+        score = -(t + PvSearch<Them>(-(beta + t), 30000, childDepth - cut, check, root + 1, first ? 3 : 0, 0));
     } else {
+      if (samples_on) SendSample("info sample isworse %s %s", root_list[0].pv, MoveToText(m));
       score = -(t + NullWindowSearch<Them>(-(alpha + t), childDepth, check, root + 1, 0, ROOT_LATE_MOVE_FLAGS,
                                            d - childDepth, 0));
       if (score > alpha) {
         root_pv_search = true;
         PublishCurrentMove(m);
+        if (samples_on) SendSample("info sample %s isunclear", MoveToText(m));
         score = -(t + ScoutSearch<Them>(-(alpha + t), childDepth, check, root + 1, 0));
+        if (score > alpha && samples_on) SendSample("info sample %s isbetter", MoveToText(m));
         if (score > alpha)
           score = -(t + PvSearch<Them>(-(beta + t), -(alpha + t), childDepth, check, root + 1, first ? 1 : 0, 0));
         root_pv_search = false;
@@ -226,7 +230,14 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
     }
     UnmakeMove<Us>(m, &saved);
 
-    if (row.depth >= d - 2 && row.score > alpha && score <= alpha) {
+    // A deny during the search may have moved the rows up: the move's row
+    // is found again, and the next unsearched row follows it.
+    while (i > 0 && !SameNamedMove(m, root_list[i].move)) --i;
+    if (!SameNamedMove(m, root_list[i].move)) break;
+    const RootRecord& found = root_list[i];
+    if (principal && d >= SLAVE_REPORT_DEPTH && score <= alpha && SlaveReportsRow(i, score))
+      SlaveReport('<', m, score, found.pv);
+    if (found.depth >= d - 2 && found.score > alpha && score <= alpha) {
       // The move that looked best has failed low: the front end hears of it.
       if (i == 0 && d >= 8) ShowFirstRowUpperBound(m, d, score, true, ROOT_LIST_DEPTH_NONE);
       PublishCurrentMove(0);
@@ -238,7 +249,7 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
     }
     // The row climbs over every row not yet known as good at this depth.
     static RootRecord moved;
-    moved = row;
+    moved = found;
     int p = i;
     while (p > 0 && (root_list[p - 1].depth < d || root_list[p - 1].score < score)) {
       root_list[p] = root_list[p - 1];
@@ -250,9 +261,10 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
     moved.lower = score >= beta;
     moved.time = SearchTime();
     moved.nodes = NodeFigure();
-    WalkLine(m, 30, moved.pv, sizeof(moved.pv));
+    WalkLine(m, slave_lines ? 15 : 30, moved.pv, sizeof(moved.pv));
     root_list[p] = moved;
     PublishRootRows();
+    if (d >= SLAVE_REPORT_DEPTH && SlaveReportsRow(p, score)) SlaveReport(moved.lower ? '>' : '=', m, score, moved.pv);
     if (d >= 8) SendRootLines(d - 2);
     const int32_t keep = root_list[0].score - multi_pv_cp;
     if (keep > alpha) alpha = keep;
@@ -312,6 +324,7 @@ void RootDriver() {
   stop_mark_set = true;
   for (int32_t d = 2 + (depth_limit & 1); d < MAX_ITERATION; d += 2) {
     current_depth = d;
+    StartSamplesAt(d);
     if (!slave_lines && d >= 8) send_progress_line("info depth %d", d / 2);
     AspirationDriver<Us>(d);
     if (IterationEndTest(d)) break;

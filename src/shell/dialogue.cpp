@@ -17,6 +17,7 @@
 #include "hash/table.h"
 #include "platform/input.h"
 #include "pool/children.h"
+#include "pool/slave_dialogue.h"
 #include "report/html_log.h"
 #include "report/search_lines.h"
 #include "report/output.h"
@@ -326,6 +327,9 @@ void dispatch_command(char* line) {
     return handle_position(line);
   }
   if (starts_with(line, "play", 4) && is_idle()) return handle_play(line);
+  if (starts_with(line, "deny", 4) && handle_deny(line)) return;
+  if (line[0] == '!') return handle_set_hash_move(line);
+  if (starts_with(line, "take", 4) && is_searching) return handle_take(line);
   if (starts_with(line, "tt", 2)) return handle_test_run(line);
   if (starts_with(line, "go", 2) && is_idle()) {
     handle_go(line);
