@@ -1,7 +1,6 @@
 #include "report/visualizers.h"
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,10 +10,9 @@
 
 #include "board/move.h"
 #include "eval/node_record.h"
+#include "platform/system.h"
 #include "search/search_common.h"
 #include "shell/config_file.h"
-
-extern char** environ;
 
 namespace {
 
@@ -83,14 +81,8 @@ void start_slot(int slot) {
   char program[CONFIG_TEXT_SIZE];
   program_of(visualizer_path[slot], program, sizeof(program));
   char* argv[] = {program, nullptr};
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, fds[0], 0);
-  posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
-  pid_t pid = 0;
-  const int error = posix_spawn(&pid, program, &actions, nullptr, argv, environ);
-  posix_spawn_file_actions_destroy(&actions);
+  int pid = 0;
+  const int error = spawn_listener(program, argv, fds[0], &pid);
   close(fds[0]);
   if (error != 0) {
     close(fds[1]);
