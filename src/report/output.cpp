@@ -129,7 +129,7 @@ bool open_uci_log() {
                     engine_short_name, engine_short_name[0] ? " " : "", pid, n);
     if (name_is_free(uci_log_name)) break;
   }
-  uci_log = std::fopen(uci_log_name, "w");
+  uci_log = std::fopen(uci_log_name, "we");
   uci_log_start_tick = tick_ms();
   uci_log_lines = 0;
   write_uci_log_head();
@@ -144,7 +144,7 @@ bool open_html_log() {
     std::snprintf(name, sizeof(name), "%s%slog.%s.%s.%d.html", "", log_directory, engine_short_name, date, n);
     if (name_is_free(name)) break;
   }
-  html_log = std::fopen(name, "w");
+  html_log = std::fopen(name, "we");
   write_html_head();
   return html_log != nullptr;
 }

@@ -80,6 +80,8 @@ TEST(WebViewInBrowser, RecordedFeedShowsBoardAndBestLine) {
   const std::string best = feed.substr(pv, feed.find('\n', pv) - pv);
   EXPECT_NE(document.find("<div id=\"pv\" class=\"line\">" + best + "</div>"), std::string::npos) << best;
   EXPECT_NE(document.find("<b id=\"depth\">14</b>"), std::string::npos);
+  // Black moves at the root: the engine's "cp -5" is White's +0.05.
+  EXPECT_NE(document.find("<b id=\"score\">+0.05</b>"), std::string::npos);
 }
 
 }  // namespace
