@@ -147,8 +147,6 @@ void send_to_visualizer(int slot, const char* format, ...) {
   va_end(args);
 }
 
-bool visualizers_running() { return any_running; }
-
 bool visualizer_attached() { return visualizer_pipes[0] >= 0 || visualizer_pipes[1] >= 0; }
 
 void send_microsample(const NodeRecord* node) {

@@ -18,8 +18,6 @@ void send_to_visualizers(const char* format, ...) QUORL_PRINTF(1, 2);
 // One line to the Visualizer of `slot` (from 0).
 void send_to_visualizer(int slot, const char* format, ...) QUORL_PRINTF(2, 3);
 
-// Any Visualizer running at all: lines for them alone need not be composed.
-bool visualizers_running();
 // Slot 0 or 1 running: the search then turns its samples on from iteration 22.
 bool visualizer_attached();
 
