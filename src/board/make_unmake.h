@@ -279,7 +279,7 @@ template <int Us>
 QUORL_ALWAYS_INLINE void MakeMove(Move move, SavedState* saved, NodeRecord* node) {
   if constexpr (Us == WHITE) {
     if (--node_countdown <= 0) [[unlikely]]
-      periodic_check();
+      periodic_check(node);
   }
   make_detail::make<Us, true>(move, saved, node);
 }

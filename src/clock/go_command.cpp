@@ -22,6 +22,7 @@
 #include "report/html_log.h"
 #include "report/output.h"
 #include "report/search_lines.h"
+#include "report/visualizers.h"
 #include "search/root_driver.h"
 #include "search/root_list.h"
 #include "search/search_common.h"
@@ -283,6 +284,7 @@ void start_search() {
   if (sideToMove == WHITE) RootDriver<WHITE>();
   else RootDriver<BLACK>();
 
+  send_to_visualizers("endsearch");
   is_searching = false;
   if (root_list[0].move && root_list[0].depth > 0 && root_list[0].score > min_score) SendRootLine(0, true);
   end_html_rows();

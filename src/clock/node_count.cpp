@@ -10,6 +10,7 @@
 #include "platform/clock.h"
 #include "report/output.h"
 #include "report/search_lines.h"
+#include "report/visualizers.h"
 #include "search/root_driver.h"
 #include "search/root_list.h"
 #include "search/search_state.h"
@@ -61,7 +62,7 @@ bool time_is_up(int64_t elapsed) {
   return NodeFigure() > node_limit;
 }
 
-void periodic_check() {
+void periodic_check(const NodeRecord* node) {
   if (node_countdown > 0) return;
   ++node_blocks;
   node_countdown += NODE_BLOCK;
@@ -72,6 +73,7 @@ void periodic_check() {
   if (now > last_tick + 1000) {
     last_tick = now;
     if (!slave_lines) send_line_quiet("info time %" PRIu64 " nodes %" PRIu64, uint64_t(elapsed), NodeFigure());
+    send_microsample(node);
   }
   if (InsideSearch() && time_is_up(elapsed)) {
     log_line("Jumping out of search - allotted time is up.");

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+struct NodeRecord;
+
 constexpr int64_t NODE_BLOCK = 4096;
 
 extern uint64_t node_blocks;     // blocks of NODE_BLOCK counted nodes, 1 at the start of a search
@@ -35,4 +37,5 @@ bool time_is_up(int64_t elapsed);
 
 // Called by White's full make when the countdown has run out: opens the next
 // block and polls the input, which may end the search by its long jump.
-void periodic_check();
+// `node` is where the make happens: the Visualizers hear the line to it.
+void periodic_check(const NodeRecord* node);

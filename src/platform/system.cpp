@@ -1,6 +1,7 @@
 #include "platform/system.h"
 
 #include <fcntl.h>
+#include <spawn.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -72,4 +73,19 @@ void processor_description(double* mhz, char* name, size_t size) {
     }
   }
   std::fclose(info);
+}
+
+extern char** environ;
+
+int spawn_listener(const char* program, char* const argv[], int input, int* pid) {
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, input, 0);
+  posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+  pid_t child = 0;
+  const int error = posix_spawn(&child, program, &actions, nullptr, argv, environ);
+  posix_spawn_file_actions_destroy(&actions);
+  *pid = int(child);
+  return error;
 }

@@ -17,6 +17,11 @@ void set_process_name(const char* path);
 // process. A raise the system refuses changes nothing.
 void set_priority_choice(int choice, int pid = 0);
 
+// Starts `program` with `argv`, its standard input read from `input` and its
+// output and errors sent to /dev/null: the programs we start are only ever
+// written to. Gives the child's id in `pid`, and 0 or the error number.
+int spawn_listener(const char* program, char* const argv[], int input, int* pid);
+
 // Process-wide settings every role needs before it talks: a closed reader
 // of our output must not kill us by a signal; the input end tells instead.
 void platform_start();

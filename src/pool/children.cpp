@@ -1,7 +1,6 @@
 #include "pool/children.h"
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -21,8 +20,6 @@
 #include "shell/identity.h"
 #include "shell/options.h"
 #include "tablebase/tablebase_settings.h"
-
-extern char** environ;
 
 int child_pipes[MAX_CHILD_PIPES];
 int child_pipe_count = 0;
@@ -127,14 +124,8 @@ void start_child(int c) {
   log_line("       -- full command line: %s %s %s %s %s %s %s %s", argv[0], argv[1], argv[2], argv[3], argv[4],
            argv[5], argv[6], argv[7]);
 
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, fds[0], 0);
-  posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
-  pid_t pid = 0;
-  const int error = posix_spawn(&pid, "/proc/self/exe", &actions, nullptr, argv, environ);
-  posix_spawn_file_actions_destroy(&actions);
+  int pid = 0;
+  const int error = spawn_listener("/proc/self/exe", argv, fds[0], &pid);
   close(fds[0]);
   if (error != 0) fatal_exit("Cannot create child process: %s", std::strerror(error));
   child_pids[c - 1] = pid;

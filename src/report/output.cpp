@@ -14,6 +14,7 @@
 #include "pool/children.h"
 #include "report/html_log.h"
 #include "report/uci_log.h"
+#include "report/visualizers.h"
 #include "shell/identity.h"
 #include "tablebase/tablebase_settings.h"
 
@@ -44,6 +45,7 @@ void format_text(char* buffer, const char* format, va_list args) {
 // a line in pieces. Write errors are not checked: a gone reader shows up as
 // the end of our input.
 void write_stdout(const char* text, const char* prefix = "") {
+  send_to_visualizers("%s%s", prefix, text);
   char line[LINE_SIZE + 32];
   int length = snprintf(line, sizeof(line) - 1, "%s%s", prefix, text);
   if (length < 0) return;
@@ -127,7 +129,7 @@ bool open_uci_log() {
                     engine_short_name, engine_short_name[0] ? " " : "", pid, n);
     if (name_is_free(uci_log_name)) break;
   }
-  uci_log = std::fopen(uci_log_name, "w");
+  uci_log = std::fopen(uci_log_name, "we");
   uci_log_start_tick = tick_ms();
   uci_log_lines = 0;
   write_uci_log_head();
@@ -142,7 +144,7 @@ bool open_html_log() {
     std::snprintf(name, sizeof(name), "%s%slog.%s.%s.%d.html", "", log_directory, engine_short_name, date, n);
     if (name_is_free(name)) break;
   }
-  html_log = std::fopen(name, "w");
+  html_log = std::fopen(name, "we");
   write_html_head();
   return html_log != nullptr;
 }
@@ -256,6 +258,8 @@ void fatal_exit(const char* format, ...) {
   log_line("Exiting Quorl, reason : %s.", reason);
   unload_probe_library();
   // The exit note stays empty, so no last word goes to exit.log.
+  // The Visualizers are told, never awaited.
+  send_to_visualizers("quit");
   close_html_log();
   release_process_pool();
   // The uci log closes with the runtime at exit.

@@ -18,6 +18,7 @@
 #include "pool/sync_area.h"
 #include "report/output.h"
 #include "report/search_lines.h"
+#include "report/visualizers.h"
 #include "search/node_search.h"
 #include "search/node_support.h"
 #include "search/root_list.h"
@@ -322,6 +323,9 @@ void RootDriver() {
   }
   if (stop_pending) return;  // a stop came while the table was being built
   stop_mark_set = true;
+  int root_moves = 0;
+  while (root_list[root_moves].move) ++root_moves;
+  send_to_visualizers("newsearch %d moves %s", root_moves, Us == WHITE ? "wtm" : "btm");
   for (int32_t d = 2 + (depth_limit & 1); d < MAX_ITERATION; d += 2) {
     current_depth = d;
     StartSamplesAt(d);

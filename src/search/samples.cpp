@@ -9,6 +9,7 @@
 #include "pool/slave_dialogue.h"
 #include "report/output.h"
 #include "report/search_lines.h"
+#include "report/visualizers.h"
 #include "search/search_common.h"
 #include "shell/dialogue.h"
 
@@ -69,18 +70,21 @@ const char* LineText(const NodeRecord* node, Move m) {
 }  // namespace
 
 void StartSamplesAt(int32_t d) {
-  if (d >= SAMPLE_DEPTH && qvn3_invoked) samples_on = true;
+  if (d >= SAMPLE_DEPTH && (qvn3_invoked || visualizer_attached())) samples_on = true;
 }
 
 void SendSample(const char* format, ...) {
-  // Without qvn3 the lines belong to the Visualizers; none is attached.
-  if (!qvn3_invoked) return;
   char text[2048];
   va_list args;
   va_start(args, format);
   std::vsnprintf(text, sizeof(text), format, args);
   va_end(args);
-  print_silent("%s", text);
+  // With qvn3 the front end reads them (and the Visualizers get the copy of
+  // every printed line); without it they belong to the Visualizers alone.
+  if (qvn3_invoked)
+    print_silent("%s", text);
+  else
+    send_to_visualizers("%s", text);
 }
 
 void NodeSample(NodeSampleKind kind, const NodeRecord* node, int32_t mode, int32_t v, Move m) {

@@ -21,6 +21,7 @@
 #include "report/html_log.h"
 #include "report/search_lines.h"
 #include "report/output.h"
+#include "report/visualizers.h"
 #include "search/ordering_tables.h"
 #include "search/root_driver.h"
 #include "search/root_list.h"
@@ -346,7 +347,10 @@ void read_and_dispatch_line() {
   size_t length = std::strlen(line);
   if (length && line[length - 1] == '\r') line[length - 1] = 0;
   // "!" and "#" mark a controller's silent lines.
-  if (line[0] != '!' && line[0] != '#') log_line("-->> %s", line);
+  if (line[0] != '!' && line[0] != '#') {
+    log_line("-->> %s", line);
+    send_to_visualizers("Echo Input: %s", line);
+  }
   dispatch_command(line);
 }
 

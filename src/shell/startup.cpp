@@ -10,6 +10,7 @@
 #include "platform/system.h"
 #include "pool/children.h"
 #include "report/output.h"
+#include "report/visualizers.h"
 #include "shell/config_file.h"
 #include "shell/dialogue.h"
 #include "shell/identity.h"
@@ -41,6 +42,8 @@ void start_up(int argc, char** argv) {
   read_config_file();
   if (configured.log_uci && configured_log_uci_value) open_uci_log();
   if (configured.log_html && configured_log_html_value) open_html_log();
+  // Before the pool, so that no child holds a Visualizer's pipe.
+  if (!is_child) start_visualizers();
 
   // A MainProcess is a pool of one until the pool is built.
   if (!is_child) process_count = 1;
