@@ -10,6 +10,7 @@
 #include "report/output.h"
 #include "shell/dialogue.h"
 #include "shell/identity.h"
+#include "tablebase/registry.h"
 
 namespace {
 
@@ -58,6 +59,7 @@ void start_up(int argc, char** argv) {
   }
   if (!joins) ReportHashBuild(hash);
 
+  tablebase_start(!is_child);
   set_priority(main_process_priority);
   for (;;) read_and_dispatch_line();
 }
