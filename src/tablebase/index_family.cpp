@@ -41,6 +41,7 @@ constexpr uint8_t NO_SLOT = 255;
 
 uint8_t SlotRank[SLOT_TYPES][64][64];  // [type][other king][square]
 uint8_t SlotCount[SLOT_TYPES][64];
+Bitboard SlotSquares[SLOT_TYPES][64];  // the open squares
 
 // Squares from which a man of the type next to `king` would give a check that
 // cannot stand with the checking side to move.
@@ -66,6 +67,7 @@ void build_slots() {
       for (int s = 0; s < 64; ++s) {
         const bool open = !(closed & bit(s)) && (!pawn || (s >= 8 && s < 56));
         SlotRank[type][king][s] = open ? next++ : NO_SLOT;
+        if (open) SlotSquares[type][king] |= bit(s);
       }
       SlotCount[type][king] = next;
     }
@@ -118,11 +120,13 @@ int slot_rank(int type, int a, int b, int s) {
   return SlotRank[type][b][s] - (s > a && SlotRank[type][b][a] != NO_SLOT);
 }
 
-int slot_square(int type, int a, int b, int rank) {
-  for (int s = 0; s < 64; ++s)
-    if (s != a && SlotRank[type][b][s] != NO_SLOT && rank-- == 0) return s;
-  return -1;
+// The square of the `rank`-th set bit.
+int nth_square(Bitboard set, int rank) {
+  for (; rank > 0 && set; --rank) set &= set - 1;
+  return set ? lowest_square(set) : -1;
 }
+
+int slot_square(int type, int a, int b, int rank) { return nth_square(SlotSquares[type][b] & ~bit(a), rank); }
 
 struct Enumeration {
   bool pawns;
@@ -355,9 +359,7 @@ constexpr auto INDEX_MEMBERS = make_members(std::make_index_sequence<2 * TB_ROWS
 
 // The square of the `rank`-th square not in `taken`, pawns counting only 8-55.
 int free_square(int rank, Bitboard taken, bool pawn) {
-  for (int s = pawn ? 8 : 0; s < (pawn ? 56 : 64); ++s)
-    if (!(taken & bit(s)) && rank-- == 0) return s;
-  return -1;
+  return nth_square(~taken & (pawn ? 0x00ffffffffffff00ull : ~Bitboard(0)), rank);
 }
 
 bool unplace_group(const Group& g, uint64_t value, Bitboard* taken, Bitboard* takenPawns, int* squares) {
