@@ -194,8 +194,21 @@ struct RowKey {
   bool swapped;
 };
 
-// The row of a material balance, either way round.
+RowKey search_row(const int counts[2][TB_KINDS]);
+
+// The row of a material balance, either way round; remembered, since every
+// capture asks.
 RowKey find_row(const int counts[2][TB_KINDS]) {
+  static std::unordered_map<uint32_t, RowKey> known;
+  uint32_t key = 0;
+  for (int c = 0; c < 2; ++c)
+    for (int k = 0; k < TB_KINDS; ++k) key = key * 5 + uint32_t(counts[c][k]);
+  const auto it = known.find(key);
+  if (it != known.end()) return it->second;
+  return known[key] = search_row(counts);
+}
+
+RowKey search_row(const int counts[2][TB_KINDS]) {
   for (int row = 1; row < TB_ROWS; ++row) {
     const TbRowMen& m = tb_row_men(row);
     bool same = true, swapped = true;
