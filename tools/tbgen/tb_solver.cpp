@@ -467,6 +467,8 @@ const Table& Solve(int row) {
   return *(solved[row] = std::move(table));
 }
 
+void ForgetSolved() { solved.clear(); }
+
 int8_t StoredByte(int16_t v) {
   if (v == ILLEGAL) return 127;
   if (v > 0) return v >= 127 ? int8_t(-128) : int8_t(127 - v);
