@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <deque>
 #include <utility>
 #include <vector>
 
@@ -36,7 +37,7 @@ constexpr auto TRANSPOSE = by_square([](int s) -> uint8_t { return uint8_t(file_
 // Slot types, in the order "pPNBRQ": a pawn that attacks nothing, a pawn
 // that attacks up the board, knight, bishop, rook, queen.
 constexpr int SLOT_TYPES = 6;
-constexpr int SLOT_PASSIVE_PAWN = 0, SLOT_PAWN = 1;
+constexpr int SLOT_PASSIVE_PAWN = 0, SLOT_PAWN = 1, SLOT_KNIGHT = 2, SLOT_BISHOP = 3, SLOT_ROOK = 4, SLOT_QUEEN = 5;
 constexpr uint8_t NO_SLOT = 255;
 
 uint8_t SlotRank[SLOT_TYPES][64][64];  // [type][other king][square]
@@ -47,13 +48,13 @@ Bitboard SlotSquares[SLOT_TYPES][64];  // the open squares
 // cannot stand with the checking side to move.
 Bitboard contact_checks(int type, int king) {
   const Bitboard near = KING_ATTACKS[king];
-  const Bitboard orthogonal = near & (ROOK_RAYS[king]);
+  const Bitboard orthogonal = near & ROOK_RAYS[king];
   switch (type) {
     case SLOT_PAWN: return WHITE_PAWN_SOURCES[king];
-    case 2: return KNIGHT_ATTACKS[king];
-    case 3: return near & ~orthogonal;
-    case 4: return orthogonal;
-    case 5: return near;
+    case SLOT_KNIGHT: return KNIGHT_ATTACKS[king];
+    case SLOT_BISHOP: return near & ~orthogonal;
+    case SLOT_ROOK: return orthogonal;
+    case SLOT_QUEEN: return near;
     default: return 0;
   }
 }
@@ -133,7 +134,7 @@ struct Enumeration {
   int type[2], count[2];  // second type count 0 when one group
   std::vector<uint64_t> offsets;  // by pair number, and the grand total last
 };
-std::vector<Enumeration> enumerations;
+std::deque<Enumeration> enumerations;  // plans point into it
 
 uint64_t first_positions(const Enumeration& e, int a, int b, uint64_t* second) {
   *second = e.count[1] ? choose(open_count(e.type[1], a, b), e.count[1]) : 1;
@@ -177,7 +178,8 @@ struct Plan {
 
 Plan plans[TB_ROWS][2];
 
-int slot_type(const Group& g) { return g.kind == 0 ? (g.mover ? SLOT_PAWN : SLOT_PASSIVE_PAWN) : g.kind + 1; }
+// Knights to queens follow the pawns in the same order as the kinds.
+int slot_type(const Group& g) { return g.kind == 0 ? (g.mover ? SLOT_PAWN : SLOT_PASSIVE_PAWN) : SLOT_PAWN + g.kind; }
 
 // Radix of each group placed after `placed` men (kings included) of which
 // `pawns` are pawns; returns the product.
@@ -476,7 +478,6 @@ void InitIndexFamily() {
         if (int(pair_squares[pawns].size()) <= n) pair_squares[pawns].resize(n + 1);
         pair_squares[pawns][n] = KingPair{uint8_t(a), uint8_t(b)};
       }
-  enumerations.reserve(256);
   for (int row = 1; row < TB_ROWS; ++row)
     for (int side = 0; side < 2; ++side) build_plan(row, side);
 }

@@ -15,9 +15,8 @@
 #include <vector>
 
 #include "board/reference_moves.h"
-#include "tablebase/block_cache.h"
-#include "tablebase/index_family.h"
 #include "tablebase/registry.h"
+#include "tablebase/table_probe.h"
 #include "tbgen/tb_solver.h"
 
 #ifdef QUORL_GAVIOTA_TABLES
@@ -26,96 +25,7 @@
 
 namespace {
 
-constexpr int16_t NO_RESULT = 0x7fff;
-
-// A table value as the generator counts: > 0 a win in n moves, < 0 a loss in
-// -v - 1 moves, 0 a draw.
-int16_t Moves(int32_t v) {
-  if (v == TB_NO_VALUE) return NO_RESULT;
-  if (v > 0) return int16_t(v == 32640 ? 127 : 127 - (v - 32640));
-  if (v < 0) return int16_t(-(v == -32640 ? 126 : v + 32640 + 126) - 1);
-  return 0;
-}
-
-// Men as (colour, kind 0..4 or 5 for the king, square).
-struct Man {
-  int colour, kind, square;
-};
-
-// The registered table's value of a position, through the count tree, the
-// index function and the cache.
-int16_t Probe(const std::vector<Man>& men, int side, int ep = TB_NO_EP) {
-  int counts[10] = {};
-  uint32_t lists[2][MANLIST_PLACES] = {};
-  int placed[2][5] = {};
-  for (const Man& m : men) {
-    if (m.kind == 5) {
-      lists[m.colour][MANLIST_KING] = uint32_t(m.square);
-      continue;
-    }
-    ++counts[m.colour * 5 + m.kind];
-    lists[m.colour][m.kind * 3 + placed[m.colour][m.kind]++] = uint32_t(m.square);
-  }
-  if (men.size() == 2) return 0;
-  const int leaf = tb_find_row(counts);
-  if (!leaf) return NO_RESULT;
-  const bool flip = leaf < 0;
-  const int row = flip ? -leaf : leaf, tableSide = flip ? 1 - side : side;
-  const TbDescriptor& d = tb_descriptors[row];
-  const uint64_t index = (tableSide ? d.indexBlack : d.indexWhite)(lists[flip], lists[!flip], ep, flip);
-  return Moves(ReadTableValue(row, tableSide, index));
-}
-
-std::vector<Man> MenOf(const reference::Board& b) {
-  std::vector<Man> men;
-  for (int s = 0; s < 64; ++s)
-    if (int m = b.ManAt(s)) men.push_back({m < 0, std::abs(m) - 1, s});
-  return men;
-}
-
-int16_t ProbeBoard(const reference::Board& b) {
-  return Probe(MenOf(b), b.Side(), b.EpSquare() < 0 ? TB_NO_EP : b.EpSquare());
-}
-
-int Rank(int16_t v) { return v > 0 ? 2000 - v : v == 0 ? 0 : -2000 - v; }
-
-// The value one ply of the reference generator gives: the best child, a win
-// one move longer than the loss it leads to; mate and stalemate by rule.
-int16_t ValueByChildren(const reference::Board& b) {
-  const std::vector<reference::RefMove> moves = b.LegalMoves();
-  if (moves.empty()) return b.InCheck() ? -1 : 0;
-  int16_t best = NO_RESULT;
-  for (const reference::RefMove& m : moves) {
-    reference::Board child = b;
-    child.Play(m);
-    const int16_t c = ProbeBoard(child);
-    if (c == NO_RESULT) return NO_RESULT;
-    const int16_t v = c > 0 ? int16_t(-c - 1) : c < 0 ? int16_t(-c) : 0;
-    if (best == NO_RESULT || Rank(v) > Rank(best)) best = v;
-  }
-  return best;
-}
-
-std::string Fen(const std::vector<Man>& men, int side) {
-  std::string fen;
-  for (int rank = 7; rank >= 0; --rank) {
-    int empty = 0;
-    for (int file = 0; file < 8; ++file) {
-      char c = 0;
-      for (const Man& m : men)
-        if (m.square == rank * 8 + file) c = "pnbrqk"[m.kind] - (m.colour ? 0 : 32);
-      if (!c) {
-        ++empty;
-        continue;
-      }
-      if (empty) fen += char('0' + empty), empty = 0;
-      fen += c;
-    }
-    if (empty) fen += char('0' + empty);
-    if (rank) fen += '/';
-  }
-  return fen + (side ? " b - - 0 1" : " w - - 0 1");
-}
+using namespace table_probe;
 
 // The tables are solved once per build of the tests, into a folder beside
 // the engine named after this binary's time, and shared by the test
@@ -216,20 +126,8 @@ TEST_F(TablesOnDisk, EveryValueFollowsFromOnePly) {
     const int row = tb_row_by_name(name);
     const uint64_t step = tb_row_men(row).men == 3 ? 1 : 97;
     for (int side = 0; side < 2; ++side)
-      for (uint64_t index = side; index < tb_descriptors[row].size[side]; index += step) {
-        TbPlacement p;
-        if (!tb_decode(row, side, index, &p)) continue;
-        std::vector<Man> men;
-        for (int colour = 0; colour < 2; ++colour) {
-          men.push_back({colour, 5, int(p.men[colour][MANLIST_KING])});
-          for (int kind = 0; kind < 5; ++kind)
-            for (int i = 0; i < tb_row_men(row).count[colour][kind]; ++i)
-              men.push_back({colour, kind, int(p.men[colour][kind * 3 + i])});
-        }
-        reference::Board board;
-        ASSERT_TRUE(board.SetFen(Fen(men, side)));
-        ASSERT_EQ(Probe(men, side), ValueByChildren(board)) << name << " " << Fen(men, side);
-      }
+      for (uint64_t index = side; index < tb_descriptors[row].size[side]; index += step)
+        ASSERT_EQ(CheckOnePly(row, side, index), "") << name;
   }
 }
 

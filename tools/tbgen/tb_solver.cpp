@@ -140,6 +140,11 @@ int generate(const Shape& s, const Pos& p, Move* out) {
   int n = 0;
   const Bitboard occupied = occupancy(s, p.sq), own = occupancy(s, p.sq, p.side);
   const int up = p.side == 0 ? 8 : -8;
+  // Only a king move, a move in check, an en-passant capture or a move of a
+  // man on a line from its king can leave the king attacked.
+  const int king = p.sq[p.side];
+  const bool inCheck = attacked_by(s, p.sq, king, 1 - p.side, occupied);
+  const Bitboard lines = QueenAttacks(king, 0);
   auto add = [&](int man, int to, int promotion, int epCaptured) {
     Move& m = out[n];
     m.child = p;
@@ -154,7 +159,8 @@ int generate(const Shape& s, const Pos& p, Move* out) {
     m.promotion = promotion;
     // Only the other side's men can attack the king, so a promotion needs
     // no change of kind here.
-    if (attacked_by(s, m.child.sq, m.child.sq[p.side], 1 - p.side, occupancy(s, m.child.sq))) return;
+    const bool safe = !inCheck && epCaptured < 0 && s.men[man].kind != KING && !(lines & bit(p.sq[man]));
+    if (!safe && attacked_by(s, m.child.sq, m.child.sq[p.side], 1 - p.side, occupancy(s, m.child.sq))) return;
     if (s.men[man].kind == 0 && (to - p.sq[man] == 2 * up)) m.child.ep = en_passant_square(s, m.child.sq, 1 - p.side, man);
     ++n;
   };
@@ -278,6 +284,22 @@ class Solver {
   void init_node(uint32_t node, const Pos& p);
   template <typename F>
   void predecessors(uint32_t node, F visit);
+  // The predecessors of every node of the list; each node's are fetched
+  // into the cache while the previous node's are worked on.
+  template <typename F>
+  void visit_predecessors(const std::vector<uint32_t>& list, F work) {
+    std::vector<uint32_t> ready, next;
+    for (size_t i = 0; i <= list.size(); ++i) {
+      next.clear();
+      if (i < list.size())
+        predecessors(list[i], [&](uint32_t q) {
+          __builtin_prefetch(&nodes_[q], 1);
+          next.push_back(q);
+        });
+      for (uint32_t q : ready) work(q);
+      std::swap(ready, next);
+    }
+  }
   void decide(uint32_t node, int16_t v, std::vector<uint32_t>* bucket) {
     nodes_[node].value = v;
     bucket->push_back(node);
@@ -402,23 +424,21 @@ void Solver::Run(Table* out) {
   for (uint32_t node = 0; node < total; ++node) init_node(node, pos_of(node));
   for (int level = 0; level < MAX_LEVEL; ++level) {
     const int16_t win = int16_t(level + 1);
-    for (size_t i = 0; i < loss_at_[level].size(); ++i)
-      predecessors(loss_at_[level][i], [&](uint32_t q) {
-        if (nodes_[q].value == UNDECIDED) decide(q, win, &win_at_[win]);
-      });
+    visit_predecessors(loss_at_[level], [&](uint32_t q) {
+      if (nodes_[q].value == UNDECIDED) decide(q, win, &win_at_[win]);
+    });
     for (uint32_t q : win_by_exit_[win])
       if (nodes_[q].value == UNDECIDED) decide(q, win, &win_at_[win]);
-    for (size_t i = 0; i < win_at_[win].size(); ++i)
-      predecessors(win_at_[win][i], [&](uint32_t q) {
-        Node& n = nodes_[q];
-        if (n.value != UNDECIDED) return;
-        n.longest = std::max<uint8_t>(n.longest, uint8_t(win));
-        if (--n.count) return;
-        const int16_t e = n.exit;
-        if (e != NO_EXIT && e >= 0) return;  // a draw or a win by leaving the table
-        const int loss = std::max<int>(n.longest, e == NO_EXIT ? 0 : -e - 1);
-        decide(q, int16_t(-loss - 1), &loss_at_[loss]);
-      });
+    visit_predecessors(win_at_[win], [&](uint32_t q) {
+      Node& n = nodes_[q];
+      if (n.value != UNDECIDED) return;
+      n.longest = std::max<uint8_t>(n.longest, uint8_t(win));
+      if (--n.count) return;
+      const int16_t e = n.exit;
+      if (e != NO_EXIT && e >= 0) return;  // a draw or a win by leaving the table
+      const int loss = std::max<int>(n.longest, e == NO_EXIT ? 0 : -e - 1);
+      decide(q, int16_t(-loss - 1), &loss_at_[loss]);
+    });
   }
   // Every position of the solver's space gives the value of its table index.
   out->row = row_;
@@ -468,6 +488,12 @@ const Table& Solve(int row) {
 }
 
 void ForgetSolved() { solved.clear(); }
+
+std::vector<int> SolvedRows() {
+  std::vector<int> rows;
+  for (const auto& entry : solved) rows.push_back(entry.first);
+  return rows;
+}
 
 int8_t StoredByte(int16_t v) {
   if (v == ILLEGAL) return 127;

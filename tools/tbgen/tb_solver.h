@@ -32,6 +32,8 @@ struct Table {
 // The solved table of a row (1..440, up to four men), with every table its
 // captures and promotions lead into; each is solved once per process.
 const Table& Solve(int row);
+// The rows solved so far.
+std::vector<int> SolvedRows();
 // Forgets every solved table, so that the next Solve works from nothing.
 void ForgetSolved();
 
