@@ -9,6 +9,7 @@
 
 #include "board/reference_moves.h"
 #include "tablebase/index_family.h"
+#include "tablebase/table_probe.h"
 
 namespace {
 
@@ -36,30 +37,22 @@ Placed Exchange(const Placed& p) {
 bool RandomPosition(int row, int side, std::mt19937& random, Placed* p) {
   const TbRowMen& m = tb_row_men(row);
   uint64_t taken = 0;
-  reference::Board board;
-  std::string fen(64, '.');
+  std::vector<table_probe::Man> men;
   auto put = [&](int colour, int kind, uint32_t* place) {
-    const bool pawn = kind == 0;
     int s;
     do s = int(random() % 64);
-    while ((taken >> s & 1) || (pawn && (s < 8 || s >= 56)));
+    while ((taken >> s & 1) || (kind == 0 && (s < 8 || s >= 56)));
     taken |= 1ull << s;
     *place = uint32_t(s);
-    fen[s] = "pnbrqk"[kind] - (colour ? 0 : 32);
+    men.push_back({colour, kind, s});
   };
   for (int c = 0; c < 2; ++c) {
     put(c, 5, &p->men[c][MANLIST_KING]);
     for (int kind = 0; kind < 5; ++kind)
       for (int i = 0; i < m.count[c][kind]; ++i) put(c, kind, &p->men[c][kind * 3 + i]);
   }
-  std::string text;
-  for (int rank = 7; rank >= 0; --rank) {
-    for (int file = 0; file < 8; ++file) text += fen[rank * 8 + file] == '.' ? '1' : fen[rank * 8 + file];
-    if (rank) text += '/';
-  }
-  text += side ? " b - - 0 1" : " w - - 0 1";
-  return board.SetFen(text) && !board.IsAttacked(board.KingSquare(1 - side), side) &&
-         !board.IsAttacked(board.KingSquare(side), 1 - side);
+  reference::Board board;
+  return board.SetFen(table_probe::Fen(men, side)) && !board.IsAttacked(board.KingSquare(1 - side), side);
 }
 
 TEST(IndexFamily, EveryRowIsDenseAndSymmetric) {

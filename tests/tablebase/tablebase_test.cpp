@@ -3,6 +3,7 @@
 // values are checked against an independent program's tables, against known
 // longest wins, against one ply of an independent move generator, and plain
 // against compressed. The index family is checked by decoding and symmetry.
+#include <dirent.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
@@ -10,6 +11,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
@@ -36,8 +38,15 @@ class TablesOnDisk : public ::testing::Test {
   static void SetUpTestSuite() {
     struct stat self;
     stat("/proc/self/exe", &self);
-    const std::string engine = QUORL_BINARY;
-    const std::string base = engine.substr(0, engine.rfind('/')) + "/test-tables-" + std::to_string(self.st_mtime);
+    const std::string engine = QUORL_BINARY, dir = engine.substr(0, engine.rfind('/'));
+    const std::string name = "test-tables-" + std::to_string(self.st_mtime), base = dir + "/" + name;
+    // Tables of earlier builds go.
+    if (DIR* d = opendir(dir.c_str())) {
+      while (const dirent* e = readdir(d))
+        if (!std::strncmp(e->d_name, "test-tables-", 12) && name != e->d_name)
+          std::system(("rm -rf " + dir + "/" + e->d_name).c_str());
+      closedir(d);
+    }
     plain = base + "/plain";
     packed = base + "/packed";
     mkdir(base.c_str(), 0755);
