@@ -200,7 +200,19 @@ struct RowKey {
   bool swapped;
 };
 
-RowKey search_row(const int counts[2][TB_KINDS]);
+RowKey search_row(const int counts[2][TB_KINDS]) {
+  for (int row = 1; row < TB_ROWS; ++row) {
+    const TbRowMen& m = tb_row_men(row);
+    bool same = true, swapped = true;
+    for (int kind = 0; kind < TB_KINDS; ++kind) {
+      same = same && m.count[0][kind] == counts[0][kind] && m.count[1][kind] == counts[1][kind];
+      swapped = swapped && m.count[0][kind] == counts[1][kind] && m.count[1][kind] == counts[0][kind];
+    }
+    if (same) return {row, false};
+    if (swapped) return {row, true};
+  }
+  return {0, false};
+}
 
 // The row of a material balance, either way round; remembered, since every
 // capture asks.
@@ -214,18 +226,11 @@ RowKey find_row(const int counts[2][TB_KINDS]) {
   return known[key] = search_row(counts);
 }
 
-RowKey search_row(const int counts[2][TB_KINDS]) {
-  for (int row = 1; row < TB_ROWS; ++row) {
-    const TbRowMen& m = tb_row_men(row);
-    bool same = true, swapped = true;
-    for (int kind = 0; kind < TB_KINDS; ++kind) {
-      same = same && m.count[0][kind] == counts[0][kind] && m.count[1][kind] == counts[1][kind];
-      swapped = swapped && m.count[0][kind] == counts[1][kind] && m.count[1][kind] == counts[0][kind];
-    }
-    if (same) return {row, false};
-    if (swapped) return {row, true};
-  }
-  return {0, false};
+bool bare_kings(const int counts[2][TB_KINDS]) {
+  for (int c = 0; c < 2; ++c)
+    for (int k = 0; k < TB_KINDS; ++k)
+      if (counts[c][k]) return false;
+  return true;
 }
 
 // The value of a position of another table, from its side to move's view.
@@ -244,10 +249,7 @@ int16_t probe_other(const Shape& s, const Move& m) {
     ++counts[colour][k];
     lists[colour][k * 3 + placed[colour][k]++] = uint32_t(m.child.sq[i]);
   }
-  bool any = false;
-  for (int c = 0; c < 2; ++c)
-    for (int k = 0; k < TB_KINDS; ++k) any = any || counts[c][k];
-  if (!any) return 0;
+  if (bare_kings(counts)) return 0;
   const RowKey key = find_row(counts);
   const Table& t = Solve(key.row);
   const int side = key.swapped ? 1 - m.child.side : m.child.side;
@@ -472,9 +474,7 @@ const Table& Solve(int row) {
       int counts[2][TB_KINDS];
       std::copy(&men.count[0][0], &men.count[0][0] + 2 * TB_KINDS, &counts[0][0]);
       --counts[colour][kind];
-      if (counts[0][0] + counts[0][1] + counts[0][2] + counts[0][3] + counts[0][4] + counts[1][0] + counts[1][1] +
-          counts[1][2] + counts[1][3] + counts[1][4])
-        Solve(find_row(counts).row);
+      if (!bare_kings(counts)) Solve(find_row(counts).row);
       if (kind != 0) continue;
       for (int promotion = 1; promotion < TB_KINDS; ++promotion) {
         ++counts[colour][promotion];
