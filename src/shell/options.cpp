@@ -19,6 +19,8 @@
 #include "search/search_state.h"
 #include "shell/dialogue.h"
 #include "shell/identity.h"
+#include "tablebase/block_cache.h"
+#include "tablebase/registry.h"
 #include "tablebase/tablebase_settings.h"
 
 bool debug_mode = false;
@@ -236,6 +238,7 @@ void set_tablebase_path(const char* text) {
   char before[TABLEBASE_PATH_SIZE];
   std::snprintf(before, sizeof(before), "%s", nalimov_path);
   std::snprintf(nalimov_path, sizeof(nalimov_path), "%s", text_at(text, 18));
+  TablebaseSummary();
   report_text("Tablebase directory set to '%s' (had been '%s').", nalimov_path, before[0] ? before : "<empty>");
 }
 
@@ -247,6 +250,7 @@ void set_tablebase_cache(const char* text) {
   send_to_children("setoption name %s", text);
   const int32_t before = nalimov_cache_mb;
   nalimov_cache_mb = number_at(text, 19);
+  UseTablebaseCache(uint64_t(nalimov_cache_mb) << 20);
   report_text("Tablebase cache size set to %d Mb (had been %d Mb).", nalimov_cache_mb, before);
 }
 

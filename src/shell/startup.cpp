@@ -15,6 +15,7 @@
 #include "shell/dialogue.h"
 #include "shell/identity.h"
 #include "shell/options.h"
+#include "tablebase/registry.h"
 
 void start_up(int argc, char** argv) {
   char command_line[4096];
@@ -71,6 +72,7 @@ void start_up(int argc, char** argv) {
     mark_child_ready();
   }
 
+  tablebase_start(!is_child);
   set_priority_choice(main_process_priority);
   for (;;) read_and_dispatch_line();
 }

@@ -137,9 +137,11 @@ TEST_F(OptionDialogue, RepliesAndClamps) {
   EXPECT_EQ(Set("UCI_LimitStrength value true"),
             V{"info string Limited strength mode enabled, will play at 1500 Elo."});
   EXPECT_EQ(Set("UCI_Elo value 1000"), V{"info string Elo set to 1000, currently in use"});
+  // Start-up looked in the built-in folders with the built-in cache.
   EXPECT_EQ(Set("NalimovPath value /tmp/tables"),
-            V{"info string Tablebase directory set to '/tmp/tables' (had been '<empty>')."});
-  EXPECT_EQ(Set("NalimovCache value 16"), V{"info string Tablebase cache size set to 16 Mb (had been 1 Mb)."});
+            V{"info string Tablebase directory set to '/tmp/tables' (had been "
+              "'C:\\autoTB\\TB4;C:\\autoTB\\TB5;C:\\autoTB\\TB6')."});
+  EXPECT_EQ(Set("NalimovCache value 16"), V{"info string Tablebase cache size set to 16 Mb (had been 8 Mb)."});
   EXPECT_EQ(Set("egtbgate value "), V{"info string EgtbGate dynamic library unloaded"});
   EXPECT_EQ(Set("egtbgate value /nonexistent/library.so"),
             V{"info string EgtbGate dynamic library failed to load"});
