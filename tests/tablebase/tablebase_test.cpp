@@ -18,6 +18,9 @@
 
 #include "board/attacks.h"
 #include "board/reference_moves.h"
+#include "support/engine_process.h"
+#include "support/uci_session.h"
+#include "tablebase/probe.h"
 #include "tablebase/registry.h"
 #include "tablebase/table_probe.h"
 #include "tbgen/tb_solver.h"
@@ -191,6 +194,78 @@ TEST_F(TablesOnDisk, RegistryEdges) {
                oneSide + "/kqk.nbw").c_str());
   EXPECT_EXIT(RegisterTablebases(oneSide.c_str()), ::testing::ExitedWithCode(0), "");
   std::system(("rm -rf " + oneSide).c_str());
+}
+
+// Endgames searched by the engine with the tables on its path, against the
+// tables' own distances read by the test: a win in n moves is "mate n", a
+// loss in n moves "mate -n", a draw "cp 0"; tbhits are counted. The castling
+// right is the only difference between the last two positions.
+struct TableSearch {
+  const char* fen;
+  int frequency;  // NalimovProbeFrequency: 0 never probes
+};
+const TableSearch kTableSearches[] = {
+    {"8/8/8/4k3/8/8/8/KR6 w - - 0 1", 100},   // krk, won
+    {"8/8/8/4k3/8/8/8/KR6 w - - 0 1", 0},     // the same, tables out of reach
+    {"8/8/8/8/3K4/8/8/kr6 w - - 0 1", 100},   // krk, lost with White to move
+    {"8/8/8/3k4/8/8/8/KBN5 b - - 0 1", 100},  // kbnk, lost with Black to move
+    {"8/8/8/8/8/4k3/4P3/4K3 w - - 0 1", 100}, // kpk, drawn
+    {"4k3/8/2r5/8/8/8/8/Q3K3 w - - 0 1", 100}, // kqkr, won
+    {"4k3/8/8/8/8/8/8/R3K3 w Q - 0 1", 100},  // krk with a castling right
+};
+
+// The text the engine should give: the table's distance, or "" when the
+// tables are not asked.
+std::string TableScore(const TableSearch& t) {
+  if (!t.frequency) return "";
+  reference::Board board;
+  EXPECT_TRUE(board.SetFen(t.fen));
+  std::vector<Man> men;
+  for (int s = 0; s < 64; ++s)
+    if (const int m = board.ManAt(s)) men.push_back({m < 0, std::abs(m) - 1, s});
+  const int16_t moves = Probe(men, board.Side());
+  return moves > 0 ? "mate " + std::to_string(moves) : moves < 0 ? "mate " + std::to_string(moves + 1) : "cp 0";
+}
+
+// The score and whether tbhits were counted, from a search of depth 4 after
+// the given setup lines.
+std::pair<std::string, bool> SearchedScore(quorl_test::EngineProcess& engine, const std::string& setup,
+                                           const TableSearch& t) {
+  using namespace quorl_test;
+  quorl_test::Answer answer;
+  engine.send(setup + "setoption name NalimovProbeFrequency value " + std::to_string(t.frequency) +
+              "\nposition fen " + t.fen + "\ngo depth 4\n");
+  EXPECT_TRUE(ReadAnswer(engine, kReplyMs, &answer));
+  const std::vector<std::string> words = LastScoreLine(answer);
+  std::string score;
+  bool hits = false;
+  for (size_t i = 0; i + 2 < words.size(); ++i) {
+    if (words[i] == "score") score = words[i + 1] + " " + words[i + 2];
+    hits |= words[i] == "tbhits";
+  }
+  return {score, hits};
+}
+
+TEST_F(TablesOnDisk, SearchReportsTheTableDistance) {
+  quorl_test::EngineProcess engine;
+  const std::string setup = "setoption name NalimovPath value " + plain + "\n";
+  ASSERT_EQ(RegisterTablebases(plain.c_str()), 4);
+  for (const TableSearch& t : kTableSearches) {
+    const std::string expected = TableScore(t);
+    const auto [score, hits] = SearchedScore(engine, setup, t);
+    EXPECT_EQ(hits, !expected.empty()) << t.fen;
+    if (!expected.empty()) {
+      EXPECT_EQ(score, expected) << t.fen;
+    }
+  }
+  // The castling right alone closes the gate at the root.
+  tablebase_pieces = 4;
+  tablebase_probe_depth = 0;
+  for (const char* fen : {"4k3/8/8/8/8/8/8/R3K3 w Q - 0 1", "4k3/8/8/8/8/8/8/R3K3 w - - 0 1"}) {
+    ASSERT_TRUE(SetPositionFromFen(fen));
+    EXPECT_EQ(TablebaseGate(0), std::string(fen).find('Q') == std::string::npos) << fen;
+  }
+  tablebase_pieces = 0;
 }
 
 }  // namespace
