@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <random>
@@ -266,6 +267,47 @@ TEST_F(TablesOnDisk, SearchReportsTheTableDistance) {
     EXPECT_EQ(TablebaseGate(0), std::string(fen).find('Q') == std::string::npos) << fen;
   }
   tablebase_pieces = 0;
+}
+
+// The probing library: one without its probe entry point is refused; the
+// one built over the distance-to-mate tables reports the same mates as our
+// files on the three-man positions it covers.
+TEST_F(TablesOnDisk, ProbingLibraryAgreesWithTheFiles) {
+  using Lines = std::vector<std::string>;
+  quorl_test::EngineProcess engine;
+  EXPECT_EQ(quorl_test::LinesBeforeReady(engine, "setoption name EgtbGate value " QUORL_EGTBGATE_STUB "\n"),
+            (Lines{"info string EgtbGate dynamic library failed to load"}));
+  // Beside the engine, a library takes the place of the files' options.
+  char folderName[] = "/tmp/quorl-gate-XXXXXX";
+  const std::string folder = mkdtemp(folderName);
+  std::system(("cp " QUORL_BINARY " " + folder + " && cp " QUORL_EGTBGATE_STUB " " + folder + "/libegtbgate.so").c_str());
+  {
+    quorl_test::EngineProcess beside(folder + "/quorl");
+    const Lines options = quorl_test::LinesBeforeReady(beside, "uci\nsetoption name Use EgtbGate value true\n");
+    const auto has = [&](const std::string& line) { return std::count(options.begin(), options.end(), line) == 1; };
+    EXPECT_TRUE(has("option name Use EgtbGate type check default false"));
+    EXPECT_FALSE(has("option name NalimovPath type string default <empty>"));
+    EXPECT_TRUE(has("info string EgtbGate dynamic library failed to load"));
+  }
+  std::system(("rm -rf " + folder).c_str());
+#ifndef QUORL_EGTBGATE
+  GTEST_SKIP() << "libgaviotatb-dev is not installed: the probing library is not built";
+#else
+  if (access("/usr/share/gaviotatb/gtb3/kqk.gtb.cp3", R_OK)) GTEST_SKIP() << "gaviotatb's tables are not installed";
+  ASSERT_EQ(RegisterTablebases(plain.c_str()), 4);
+  EXPECT_EQ(quorl_test::LinesBeforeReady(engine, "setoption name EgtbGate value " QUORL_EGTBGATE "\n"),
+            (Lines{"info string EgtbGate dynamic library loaded"}));
+  int compared = 0;
+  for (const TableSearch& t : kTableSearches) {
+    const std::string board = std::string(t.fen).substr(0, std::string(t.fen).find(' '));
+    if (!t.frequency || std::count_if(board.begin(), board.end(), ::isalpha) != 3) continue;
+    const auto [score, hits] = SearchedScore(engine, "", t);
+    EXPECT_TRUE(hits) << t.fen;
+    EXPECT_EQ(score, TableScore(t)) << t.fen;
+    ++compared;
+  }
+  EXPECT_GE(compared, 3);
+#endif
 }
 
 }  // namespace
