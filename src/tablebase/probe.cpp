@@ -64,7 +64,8 @@ bool ProbeTableFiles(int32_t* result, int side) {
   for (int colour = 0; colour < 2; ++colour) {
     for (int kind = 0; kind < 5; ++kind) {
       Bitboard men = position.pieceBits[2 * kind + colour];
-      for (int place = 3 * kind; men && place < 3 * kind + 3; men &= men - 1) lists[colour][place++] = uint32_t(__builtin_ctzll(men));
+      for (int place = 3 * kind; men && place < 3 * kind + 3; men &= men - 1)
+        lists[colour][place++] = uint32_t(__builtin_ctzll(men));
     }
     lists[colour][MANLIST_KING] = position.kingSquare[colour];
   }
@@ -73,7 +74,9 @@ bool ProbeTableFiles(int32_t* result, int side) {
   const bool flip = leaf < 0;
   const int row = flip ? -leaf : leaf, tableSide = flip ? !side : side;
   const TbDescriptor& d = tb_descriptors[row];
-  if (!d.paths[tableSide][0] && !d.memoryTable[tableSide]) return false;
+  // A symmetric row has only the file of its first side.
+  const int fileSide = (d.flags & TB_SYMMETRIC) ? 0 : tableSide;
+  if (!d.paths[fileSide][0] && !d.memoryTable[fileSide]) return false;
   const int ep = position.state.epSquare ? int(position.state.epSquare) : TB_NO_EP;
   const uint64_t index = (tableSide ? d.indexBlack : d.indexWhite)(lists[flip], lists[!flip], ep, flip);
   const int32_t v = ReadTableValue(row, tableSide, index);
