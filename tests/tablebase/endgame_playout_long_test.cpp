@@ -35,10 +35,7 @@ TEST(EndgamePlayout, MateComesAtTheTableDistance) {
                           "4k3/8/2r5/8/8/8/8/Q3K3 w - - 0 1"}) {
     reference::Board board;
     ASSERT_TRUE(board.SetFen(fen));
-    std::vector<table_probe::Man> men;
-    for (int s = 0; s < 64; ++s)
-      if (const int m = board.ManAt(s)) men.push_back({m < 0, std::abs(m) - 1, s});
-    const int16_t moves = table_probe::Probe(men, board.Side());
+    const int16_t moves = table_probe::ProbeFen(fen);
     ASSERT_NE(moves, 0) << fen;
     // A win in n moves is mate at ply 2n - 1; a loss in n moves at ply 2n.
     const int plies = moves > 0 ? 2 * moves - 1 : 2 * (-moves - 1);

@@ -217,23 +217,14 @@ const TableSearch kTableSearches[] = {
 
 // The text the engine should give: the table's distance, or "" when the
 // tables are not asked.
-std::string TableScore(const TableSearch& t) {
-  if (!t.frequency) return "";
-  reference::Board board;
-  EXPECT_TRUE(board.SetFen(t.fen));
-  std::vector<Man> men;
-  for (int s = 0; s < 64; ++s)
-    if (const int m = board.ManAt(s)) men.push_back({m < 0, std::abs(m) - 1, s});
-  const int16_t moves = Probe(men, board.Side());
-  return moves > 0 ? "mate " + std::to_string(moves) : moves < 0 ? "mate " + std::to_string(moves + 1) : "cp 0";
-}
+std::string TableScore(const TableSearch& t) { return t.frequency ? ScoreText(ProbeFen(t.fen)) : ""; }
 
 // The score and whether tbhits were counted, from a search of depth 4 after
 // the given setup lines.
 std::pair<std::string, bool> SearchedScore(quorl_test::EngineProcess& engine, const std::string& setup,
                                            const TableSearch& t) {
   using namespace quorl_test;
-  quorl_test::Answer answer;
+  Answer answer;
   engine.send(setup + "setoption name NalimovProbeFrequency value " + std::to_string(t.frequency) +
               "\nposition fen " + t.fen + "\ngo depth 4\n");
   EXPECT_TRUE(ReadAnswer(engine, kReplyMs, &answer));
