@@ -121,6 +121,8 @@ std::string FindEgtbGate() {
 bool BindEgtbGate(const char* path) {
   UnbindEgtbGate();
   tb_library_ready = 0;
+  // An empty name would open the engine itself.
+  if (!path || !*path) return false;
   ProbeLibrary bound;
   bound.handle = dlopen(path, RTLD_NOW | RTLD_LOCAL);
   if (!bound.handle) return false;
