@@ -17,7 +17,7 @@
 #include "pool/children.h"
 #include "pool/slave_dialogue.h"
 #include "pool/sync_area.h"
-#include "tablebase/tablebase_settings.h"
+#include "tablebase/probe.h"
 #include "report/diagram.h"
 #include "report/html_log.h"
 #include "report/output.h"
@@ -262,6 +262,7 @@ void prepare_search() {
   iteration_time_out = false;
   stop_pending = false;
   largest_printed_nodes = 0;
+  tbhits = 0;
   root_pv_search = false;
   samples_on = false;
   is_searching = true;

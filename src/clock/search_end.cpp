@@ -15,6 +15,7 @@
 #include "search/root_moves.h"
 #include "search/search_state.h"
 #include "shell/dialogue.h"
+#include "tablebase/probe.h"
 
 bool bestmove_open = false;
 
@@ -88,6 +89,8 @@ void end_of_goe_search() {
   std::snprintf(score, sizeof(score), "%d", first.score);
   bool drawn = !first.move;
   if (first.score == 0 && (position.state.fiftyCount >= 40 || EarlierOccurrences() >= 2)) drawn = true;
+  int32_t table;
+  if (first.score == 0 && TablebaseGate(INT32_MAX) && ProbeTablebase(&table, sideToMove) && !table) drawn = true;
   const int whiteMinors = popcount(men[KNIGHT_INDEX + WHITE] | men[BISHOP_INDEX + WHITE]);
   const int blackMinors = popcount(men[KNIGHT_INDEX + BLACK] | men[BISHOP_INDEX + BLACK]);
   const int minorGap = whiteMinors > blackMinors ? whiteMinors - blackMinors : blackMinors - whiteMinors;

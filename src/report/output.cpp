@@ -16,7 +16,7 @@
 #include "report/uci_log.h"
 #include "report/visualizers.h"
 #include "shell/identity.h"
-#include "tablebase/tablebase_settings.h"
+#include "tablebase/probe.h"
 
 bool is_child = false;
 bool goe_mode = false;
@@ -256,7 +256,7 @@ void send_progress_line(const char* format, ...) {
 void fatal_exit(const char* format, ...) {
   FORMAT_ARGS(reason);
   log_line("Exiting Quorl, reason : %s.", reason);
-  unload_probe_library();
+  UnbindEgtbGate();
   // The exit note stays empty, so no last word goes to exit.log.
   // The Visualizers are told, never awaited.
   send_to_visualizers("quit");

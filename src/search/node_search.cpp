@@ -17,6 +17,7 @@
 #include "search/search_margins.h"
 #include "search/samples.h"
 #include "search/search_state.h"
+#include "tablebase/probe.h"
 
 namespace {
 
@@ -333,6 +334,8 @@ int32_t OpenNode(int32_t alpha, int32_t beta, int32_t depth, bool inCheck, NodeR
   }
   Move hashMove = form ? HashMoveToMove<Us>(form) : 0;
   node->currentMove = hashMove;
+  int32_t table;
+  if (TablebaseGate(depth) && ProbeTablebase(&table, Us)) return TableValueAtPly(table, ply);
 
   if (depth < 2)
     return inCheck ? QuiescePvEvasions<Us>(alpha, beta, 0, node) : QuiescePv<Us>(alpha, beta, 0, node);
@@ -606,6 +609,8 @@ int32_t NullWindowNode(int32_t beta, int32_t depth, NodeRecord* node, uint32_t e
   }
   if (Deep && !previous && (flags & FLAG_NARROW_PROBING) && probe.lowerDepth > probe.upperDepth)
     flags &= ~FLAG_NARROW_PROBING;
+  int32_t table;
+  if (Deep && TablebaseGate(depth) && ProbeTablebase(&table, Us)) return table;
 
   if (!Deep && !(previous & THREAT_MARK) && score - StaticCutMargin(depth) >= beta) return score - StaticCutMargin(depth);
 

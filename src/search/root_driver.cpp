@@ -28,6 +28,7 @@
 #include "search/search_state.h"
 #include "shell/dialogue.h"
 #include "shell/identity.h"
+#include "tablebase/probe.h"
 
 Move search_moves[257];
 Move current_root_move = 0;
@@ -123,6 +124,7 @@ void ShowFirstRowUpperBound(Move m, int32_t d, int32_t score, bool walk, int32_t
   row.upper = 1;
   row.time = SearchTime();
   row.nodes = NodeFigure();
+  row.tbhits = tbhits;
   if (walk) WalkLine(m, FAIL_LOW_LINE_MOVES, row.pv, sizeof(row.pv));
   SendRootLine(0, false);
   for (int i = 1; i < multi_pv && i < ROOT_LIST_SIZE && root_list[i].move; ++i)
@@ -183,6 +185,9 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
   constexpr int Them = Us ^ 1;
   NodeRecord* root = &node_stack[1];
   multi_pv_floor = -8190;
+  // The root's own probe only counts its hit for the lines shown.
+  int32_t table;
+  if (TablebaseGate(d)) ProbeTablebase(&table, Us);
   if (dwx3_invoked) SendRootMoveOrder(d);
   for (int i = 0; i < ROOT_LIST_SIZE && root_list[i].move && alpha < beta; ++i) {
     const Move m = root_list[i].move;
@@ -204,7 +209,9 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
     const int32_t cut = i == 0 && SlaveCutsFirstMove() ? 2 : 0;
     int32_t score;
     const bool principal = d < 4 || (row.depth >= d - 2 && alpha < row.score && i < multi_pv);
-    if (principal) {
+    if (TablebaseGate(d) && ProbeTablebase(&table, Them)) {
+      score = -table;
+    } else if (principal) {
       if (samples_on) SendSample("info sample %s issearching", MoveToText(m));
       PublishCurrentMove(m);
       root_pv_search = true;
@@ -262,6 +269,7 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
     moved.lower = score >= beta;
     moved.time = SearchTime();
     moved.nodes = NodeFigure();
+    moved.tbhits = tbhits;
     WalkLine(m, slave_lines ? 15 : 30, moved.pv, sizeof(moved.pv));
     root_list[p] = moved;
     PublishRootRows();
@@ -276,8 +284,10 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
   ShuffleLaterRows();
   if (!slave_lines && d >= 8) {
     const uint64_t time = SearchTime(), nodes = NodeFigure();
-    send_line_quiet("info depth %d time %" PRIu64 " nodes %" PRIu64 " nps %" PRIu64 " ", d / 2, time, nodes,
-                    nodes * 1000 / time);
+    char hits[40] = "";
+    if (tbhits) std::snprintf(hits, sizeof(hits), "tbhits %" PRIu64, tbhits);
+    send_line_quiet("info depth %d time %" PRIu64 " nodes %" PRIu64 " nps %" PRIu64 " %s", d / 2, time, nodes,
+                    nodes * 1000 / time, hits);
   }
   return alpha;
 }

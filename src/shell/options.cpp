@@ -21,6 +21,7 @@
 #include "shell/identity.h"
 #include "tablebase/block_cache.h"
 #include "tablebase/registry.h"
+#include "tablebase/probe.h"
 #include "tablebase/tablebase_settings.h"
 
 bool debug_mode = false;
@@ -214,7 +215,7 @@ void report_probe_library(bool loaded) {
 }
 
 void unload_and_report_probe_library() {
-  unload_probe_library();
+  UnbindEgtbGate();
   tablebase_pieces = 0;
   report_text("EgtbGate dynamic library unloaded");
 }
@@ -226,7 +227,7 @@ void set_probe_library(const char* text) {
   for (size_t length = std::strlen(line); length && line[length - 1] == ' ';) line[--length] = 0;
   const size_t length = std::strlen(line);
   if (length <= 16) return unload_and_report_probe_library();
-  report_probe_library(load_probe_library(line + 15));
+  report_probe_library(BindEgtbGate(line + 15));
 }
 
 void set_tablebase_path(const char* text) {
@@ -377,11 +378,15 @@ void print_option_list() {
     send_line("option name Max CPUs type spin min 1 max %d default %d", MAX_PROCESSES, MAX_PROCESSES);
   send_line("option name Random type spin min 0 max 4095 default 0");
   send_line("option name CPU Usage type spin min 1 max 100 default 100");
-  // The probing library is not found on this system, so the directory lines
-  // of the table files stand in its place.
-  send_line("option name NalimovPath type string default <empty>");
-  send_line("option name NalimovCache type spin min 1 max 256 default 1");
-  send_line("option name NalimovProbeFrequency type spin min 0 max 256 default 36");
+  // With the probing library at hand, its switch stands in place of the
+  // table files' settings.
+  if (!FindEgtbGate().empty()) {
+    send_line("option name Use EgtbGate type check default false");
+  } else {
+    send_line("option name NalimovPath type string default <empty>");
+    send_line("option name NalimovCache type spin min 1 max 256 default 1");
+    send_line("option name NalimovProbeFrequency type spin min 0 max 256 default 36");
+  }
   send_line("option name Main Process Priority type combo default Inherit var Normal var BelowNormal var Low var "
             "Inherit");
   send_line("option name Child Process Priority type combo default BelowNormal var Normal var BelowNormal var Low");
@@ -495,7 +500,7 @@ void setoption_dispatch(const char* text) {
     report_text("Randomizer reset invoked.");
   } else if (is("use egtbgate value true")) {
     forward();
-    report_probe_library(load_probe_library(nullptr));
+    report_probe_library(BindEgtbGate(FindEgtbGate().c_str()));
   } else if (is("use egtbgate value false")) {
     forward();
     unload_and_report_probe_library();

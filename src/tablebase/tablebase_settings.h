@@ -15,9 +15,3 @@ extern int32_t tablebase_probe_depth;          // half plies from which the sear
 // The probe depth of a search from the probe frequency: (100 - f) / 4, or
 // 200 (never) when the frequency is 0.
 void set_tablebase_probe_depth();
-
-// The dynamic probing library: loaded from `path`, or from its usual place
-// when `path` is null. True when it loaded; either way a library loaded
-// before is let go first.
-bool load_probe_library(const char* path);
-void unload_probe_library();

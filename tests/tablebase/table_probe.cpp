@@ -69,6 +69,16 @@ int16_t ValueByChildren(const reference::Board& b) {
 
 }  // namespace
 
+int16_t ProbeFen(const std::string& fen) {
+  reference::Board board;
+  if (!board.SetFen(fen)) return NO_RESULT;
+  return ProbeBoard(board);
+}
+
+std::string ScoreText(int16_t moves) {
+  return moves ? "mate " + std::to_string(moves > 0 ? moves : moves + 1) : "cp 0";
+}
+
 std::string Fen(const std::vector<Man>& men, int side, int ep) {
   std::string fen;
   for (int rank = 7; rank >= 0; --rank) {

@@ -29,6 +29,12 @@ int16_t Probe(const std::vector<Man>& men, int side, int ep = TB_NO_EP);
 
 std::string Fen(const std::vector<Man>& men, int side, int ep = TB_NO_EP);
 
+// The value of a FEN's position, its en-passant square included.
+int16_t ProbeFen(const std::string& fen);
+// A value as the engine's score shows it: "mate n" for a win in n moves,
+// "mate -n" for a loss in n, "cp 0" for a draw.
+std::string ScoreText(int16_t moves);
+
 // Whether the value of an index agrees with one ply of the reference
 // generator: the position's FEN when it does not, empty when it does or the
 // value holds no position.

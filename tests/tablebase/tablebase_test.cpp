@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <random>
@@ -18,6 +19,9 @@
 
 #include "board/attacks.h"
 #include "board/reference_moves.h"
+#include "support/engine_process.h"
+#include "support/uci_session.h"
+#include "tablebase/probe.h"
 #include "tablebase/registry.h"
 #include "tablebase/table_probe.h"
 #include "tbgen/tb_solver.h"
@@ -191,6 +195,110 @@ TEST_F(TablesOnDisk, RegistryEdges) {
                oneSide + "/kqk.nbw").c_str());
   EXPECT_EXIT(RegisterTablebases(oneSide.c_str()), ::testing::ExitedWithCode(0), "");
   std::system(("rm -rf " + oneSide).c_str());
+}
+
+// Endgames searched by the engine with the tables on its path, against the
+// tables' own distances read by the test: a win in n moves is "mate n", a
+// loss in n moves "mate -n", a draw "cp 0"; tbhits are counted. The castling
+// right is the only difference between the last two positions.
+struct TableSearch {
+  const char* fen;
+  int frequency;  // NalimovProbeFrequency: 0 never probes
+};
+const TableSearch kTableSearches[] = {
+    {"8/8/8/4k3/8/8/8/KR6 w - - 0 1", 100},   // krk, won
+    {"8/8/8/4k3/8/8/8/KR6 w - - 0 1", 0},     // the same, tables out of reach
+    {"8/8/8/8/3K4/8/8/kr6 w - - 0 1", 100},   // krk, lost with White to move
+    {"8/8/8/3k4/8/8/8/KBN5 b - - 0 1", 100},  // kbnk, lost with Black to move
+    {"8/8/8/8/8/4k3/4P3/4K3 w - - 0 1", 100}, // kpk, drawn
+    {"4k3/8/2r5/8/8/8/8/Q3K3 w - - 0 1", 100}, // kqkr, won
+    {"4k3/8/8/8/8/8/8/R3K3 w Q - 0 1", 100},  // krk with a castling right
+};
+
+// The text the engine should give: the table's distance, or "" when the
+// tables are not asked.
+std::string TableScore(const TableSearch& t) { return t.frequency ? ScoreText(ProbeFen(t.fen)) : ""; }
+
+// The score and whether tbhits were counted, from a search of depth 4 after
+// the given setup lines.
+std::pair<std::string, bool> SearchedScore(quorl_test::EngineProcess& engine, const std::string& setup,
+                                           const TableSearch& t) {
+  using namespace quorl_test;
+  Answer answer;
+  engine.send(setup + "setoption name NalimovProbeFrequency value " + std::to_string(t.frequency) +
+              "\nposition fen " + t.fen + "\ngo depth 4\n");
+  EXPECT_TRUE(ReadAnswer(engine, kReplyMs, &answer));
+  const std::vector<std::string> words = LastScoreLine(answer);
+  std::string score;
+  bool hits = false;
+  for (size_t i = 0; i + 2 < words.size(); ++i) {
+    if (words[i] == "score") score = words[i + 1] + " " + words[i + 2];
+    hits |= words[i] == "tbhits";
+  }
+  return {score, hits};
+}
+
+TEST_F(TablesOnDisk, SearchReportsTheTableDistance) {
+  quorl_test::EngineProcess engine;
+  const std::string setup = "setoption name NalimovPath value " + plain + "\n";
+  ASSERT_EQ(RegisterTablebases(plain.c_str()), 4);
+  for (const TableSearch& t : kTableSearches) {
+    const std::string expected = TableScore(t);
+    const auto [score, hits] = SearchedScore(engine, setup, t);
+    EXPECT_EQ(hits, !expected.empty()) << t.fen;
+    if (!expected.empty()) {
+      EXPECT_EQ(score, expected) << t.fen;
+    }
+  }
+  // The castling right alone closes the gate at the root.
+  tablebase_pieces = 4;
+  tablebase_probe_depth = 0;
+  for (const char* fen : {"4k3/8/8/8/8/8/8/R3K3 w Q - 0 1", "4k3/8/8/8/8/8/8/R3K3 w - - 0 1"}) {
+    ASSERT_TRUE(SetPositionFromFen(fen));
+    EXPECT_EQ(TablebaseGate(0), std::string(fen).find('Q') == std::string::npos) << fen;
+  }
+  tablebase_pieces = 0;
+}
+
+// The probing library: one without its probe entry point is refused; the
+// one built over the distance-to-mate tables reports the same mates as our
+// files on the three-man positions it covers.
+TEST_F(TablesOnDisk, ProbingLibraryAgreesWithTheFiles) {
+  using Lines = std::vector<std::string>;
+  quorl_test::EngineProcess engine;
+  EXPECT_EQ(quorl_test::LinesBeforeReady(engine, "setoption name EgtbGate value " QUORL_EGTBGATE_STUB "\n"),
+            (Lines{"info string EgtbGate dynamic library failed to load"}));
+  // Beside the engine, a library takes the place of the files' options.
+  char folderName[] = "/tmp/quorl-gate-XXXXXX";
+  const std::string folder = mkdtemp(folderName);
+  std::system(("cp " QUORL_BINARY " " + folder + " && cp " QUORL_EGTBGATE_STUB " " + folder + "/libegtbgate.so").c_str());
+  {
+    quorl_test::EngineProcess beside(folder + "/quorl");
+    const Lines options = quorl_test::LinesBeforeReady(beside, "uci\nsetoption name Use EgtbGate value true\n");
+    const auto has = [&](const std::string& line) { return std::count(options.begin(), options.end(), line) == 1; };
+    EXPECT_TRUE(has("option name Use EgtbGate type check default false"));
+    EXPECT_FALSE(has("option name NalimovPath type string default <empty>"));
+    EXPECT_TRUE(has("info string EgtbGate dynamic library failed to load"));
+  }
+  std::system(("rm -rf " + folder).c_str());
+#ifndef QUORL_EGTBGATE
+  GTEST_SKIP() << "libgaviotatb-dev is not installed: the probing library is not built";
+#else
+  if (access("/usr/share/gaviotatb/gtb3/kqk.gtb.cp3", R_OK)) GTEST_SKIP() << "gaviotatb's tables are not installed";
+  ASSERT_EQ(RegisterTablebases(plain.c_str()), 4);
+  EXPECT_EQ(quorl_test::LinesBeforeReady(engine, "setoption name EgtbGate value " QUORL_EGTBGATE "\n"),
+            (Lines{"info string EgtbGate dynamic library loaded"}));
+  int compared = 0;
+  for (const TableSearch& t : kTableSearches) {
+    const std::string board = std::string(t.fen).substr(0, std::string(t.fen).find(' '));
+    if (!t.frequency || std::count_if(board.begin(), board.end(), ::isalpha) != 3) continue;
+    const auto [score, hits] = SearchedScore(engine, "", t);
+    EXPECT_TRUE(hits) << t.fen;
+    EXPECT_EQ(score, TableScore(t)) << t.fen;
+    ++compared;
+  }
+  EXPECT_GE(compared, 3);
+#endif
 }
 
 }  // namespace
