@@ -380,42 +380,28 @@ TEST_F(EvaluateSymmetry, ColourFlipNegatesTheScoreAndSwapsTheMaps) {
 
 // --- Attack maps -----------------------------------------------------------------
 
-TEST_F(AttackMapsTest, EvaluateMapsMatchTheReferenceWalk) {
+// The evaluation's maps see through own batteries; the writers' maps and the
+// plain lookup of White's attacks do not.
+TEST_F(AttackMapsTest, EvaluateAndWritersMatchTheReferenceWalks) {
   std::vector<Board> boards = RandomPositions(400, 5);
   const std::vector<Board> crowded = RandomPlacements(400, 6);
   boards.insert(boards.end(), crowded.begin(), crowded.end());
   for (const Board& board : boards) {
     ASSERT_EQ(SetPositionFromFen(board.Fen(false).c_str()), 1);
-    NodeRecord node = RecordFor(board.Side());
-    Evaluate(&node);
-    const RefMaps maps = ReferenceMaps(board, true);
     const std::string fen = board.Fen(false);
-    EXPECT_EQ(node.whiteAttacks, maps.all[WHITE]) << fen;
-    EXPECT_EQ(node.blackAttacks, maps.all[BLACK]) << fen;
-    EXPECT_EQ(node.blackThreatened, ReferenceThreatened(board, maps, BLACK)) << fen;
-    EXPECT_EQ(node.whiteThreatened, ReferenceThreatened(board, maps, WHITE)) << fen;
-  }
-}
-
-TEST_F(AttackMapsTest, WritersMatchThePlainReferenceWalk) {
-  std::vector<Board> boards = RandomPositions(400, 9);
-  const std::vector<Board> crowded = RandomPlacements(400, 10);
-  boards.insert(boards.end(), crowded.begin(), crowded.end());
-  for (const Board& board : boards) {
-    ASSERT_EQ(SetPositionFromFen(board.Fen(false).c_str()), 1);
-    NodeRecord mapped = RecordFor(board.Side());
+    NodeRecord evaluated = RecordFor(board.Side()), mapped = RecordFor(board.Side());
+    Evaluate(&evaluated);
     AttackMaps(&mapped);
-    const std::string fen = board.Fen(false);
-    const RefMaps plain = ReferenceMaps(board, false);
-    EXPECT_EQ(mapped.whiteAttacks, plain.all[WHITE]) << fen;
-    EXPECT_EQ(mapped.blackAttacks, plain.all[BLACK]) << fen;
-    EXPECT_EQ(mapped.blackThreatened, ReferenceThreatened(board, plain, BLACK)) << fen;
-    EXPECT_EQ(mapped.whiteThreatened, ReferenceThreatened(board, plain, WHITE)) << fen;
-
-    // Plain lookups: the set of squares a white man attacks.
+    const RefMaps xray = ReferenceMaps(board, true), plain = ReferenceMaps(board, false);
+    for (const auto& [node, maps] : {std::pair{&evaluated, &xray}, std::pair{&mapped, &plain}}) {
+      EXPECT_EQ(node->whiteAttacks, maps->all[WHITE]) << fen;
+      EXPECT_EQ(node->blackAttacks, maps->all[BLACK]) << fen;
+      EXPECT_EQ(node->blackThreatened, ReferenceThreatened(board, *maps, BLACK)) << fen;
+      EXPECT_EQ(node->whiteThreatened, ReferenceThreatened(board, *maps, WHITE)) << fen;
+    }
     NodeRecord white = RecordFor(board.Side());
     AttackedByWhite(&white);
-    EXPECT_EQ(white.whiteAttacks, ReferenceMaps(board, false).all[WHITE]) << fen;
+    EXPECT_EQ(white.whiteAttacks, plain.all[WHITE]) << fen;
     EXPECT_EQ(white.blackAttacks, RecordFor(board.Side()).blackAttacks) << "only the white word is written";
   }
 }

@@ -77,18 +77,6 @@ class Quiescence : public testing::Test {
   }
 };
 
-TEST(QuiescenceWidth, StepsByTheGapBelowBeta) {
-  EXPECT_EQ(QuiesceWidth(0), 5);
-  EXPECT_EQ(QuiesceWidth(1), 3);
-  EXPECT_EQ(QuiesceWidth(42), 3);
-  EXPECT_EQ(QuiesceWidth(43), 2);
-  EXPECT_EQ(QuiesceWidth(90), 2);
-  EXPECT_EQ(QuiesceWidth(91), 1);
-  EXPECT_EQ(QuiesceWidth(169), 1);
-  EXPECT_EQ(QuiesceWidth(170), 0);
-  EXPECT_EQ(QuiesceWidth(65535), 0);
-}
-
 TEST_F(Quiescence, WinsAHangingRookAndDeclinesADefendedOne) {
   // The queen takes the loose rook: about a rook more than the static score.
   const std::string loose = "4k3/8/8/3r4/8/8/3Q4/4K3 w - -";
