@@ -14,6 +14,7 @@
 #include <random>
 #include <string>
 
+#include "board/move.h"
 #include "report/output.h"
 #include "shell/dialogue.h"
 #include "shell/identity.h"
@@ -42,9 +43,8 @@ constexpr uint32_t kCheck = 0x2b3c4d;
 constexpr uint64_t kKey = uint64_t(kCheck) << 41 | uint64_t(0x13) << 32 | kLow;
 constexpr uint64_t Slot(int i) { return kLow ^ uint64_t(i); }
 
-// A move word in hash form and with noise in the bits a store must ignore.
+// A move word in hash form.
 constexpr Move HashMove(int from, int to) { return Move(to) | Move(from) << 10; }
-constexpr Move NoisyMove(int from, int to) { return HashMove(from, to) | 0x3c0 | (~Move(0) << 16); }
 
 class HashTable : public ::testing::Test {
  protected:
@@ -82,12 +82,13 @@ enum StoreKind { LOWER, UPPER, LOWER_RESTRICTED, UPPER_RESTRICTED, EXACT, FORCED
 // entry of the position of no greater depth and empties the later ones; a
 // forced one does the same at any depth. Without such an entry the most
 // replaceable slot, the later of equals, takes the store.
-void ModelStore(uint64_t bucket[4], StoreKind kind, int depth, int today, bool preserve) {
+void ModelStore(uint64_t bucket[4], StoreKind kind, int depth, int today, bool preserve, Move move, int value) {
   const bool restricted = kind == LOWER_RESTRICTED || kind == UPPER_RESTRICTED;
   const bool lower = kind == LOWER || kind == LOWER_RESTRICTED, upper = kind == UPPER || kind == UPPER_RESTRICTED;
   if (kind == FORCED) depth = 63;
   const uint64_t flags = lower ? kLower : upper ? kUpper : kExact;
-  const uint64_t word = Word(kCheck, depth, today, flags | (restricted ? kRestricted : 0));
+  const uint64_t word =
+      Word(kCheck, depth, today, flags | (restricted ? kRestricted : 0), move_to(move), move_from(move), value);
   const auto takes = [&](uint64_t e) {
     if ((e >> 41) != kCheck) return false;
     if (kind == FORCED) return true;
@@ -110,14 +111,16 @@ void ModelStore(uint64_t bucket[4], StoreKind kind, int depth, int today, bool p
   bucket[victim] = word;
 }
 
-void RunStore(StoreKind kind, int depth) {
+// The store routines take the move with noise in the bits they must ignore.
+void RunStore(StoreKind kind, int depth, Move move, int value) {
+  const Move noisy = move | 0x3c0 | (~Move(0) << 16);
   switch (kind) {
-    case LOWER: return StoreLowerPlain(kKey, 0, depth, 8190);
-    case UPPER: return StoreUpperPlain(kKey, 0, depth, 8190);
-    case LOWER_RESTRICTED: return StoreLower(kKey, 0, depth, 8190, true);
-    case UPPER_RESTRICTED: return StoreUpper(kKey, 0, depth, 8190, true);
-    case EXACT: return StoreExact(kKey, 0, depth, 8190);
-    default: return StoreForced(kKey, 0, 8190);
+    case LOWER: return StoreLowerPlain(kKey, noisy, depth, value);
+    case UPPER: return StoreUpperPlain(kKey, noisy, depth, value);
+    case LOWER_RESTRICTED: return StoreLower(kKey, noisy, depth, value, true);
+    case UPPER_RESTRICTED: return StoreUpper(kKey, noisy, depth, value, true);
+    case EXACT: return StoreExact(kKey, noisy, depth, value);
+    default: return StoreForced(kKey, noisy, value);
   }
 }
 
@@ -141,8 +144,10 @@ TEST_F(HashTable, EveryStoreFollowsTheReplacementRules) {
     const StoreKind kind = StoreKind(below(STORE_KINDS));
     const int depth = below(3) ? 4 + below(3) : below(64);
     const uint64_t before[4] = {bucket[0], bucket[1], bucket[2], bucket[3]};
-    ModelStore(bucket, kind, depth, today, preserve_analysis);
-    RunStore(kind, depth);
+    const Move move = HashMove(below(64), below(64));
+    const int value = below(0x4000);  // as stored, 8190 above the score
+    ModelStore(bucket, kind, depth, today, preserve_analysis, move, value);
+    RunStore(kind, depth, move, value);
     bool sameSlot = false;
     for (int i = 0; i < 4; ++i) {
       ASSERT_EQ(At(Slot(i)), bucket[i]) << "slot " << i << " store " << kind << " depth " << depth << " today "
