@@ -16,7 +16,7 @@ char SwapCase(char c) {
 
 std::string FlipFen(const std::string& fen) {
   std::istringstream in(fen);
-  std::string placement, side, castling, ep;
+  std::string placement, side, castling = "-", ep = "-";
   in >> placement >> side >> castling >> ep;
   std::vector<std::string> ranks;
   std::stringstream rows(placement);
