@@ -282,35 +282,38 @@ uint64_t BishopSignature(int whiteLight, int whiteDark, int blackLight, int blac
   return Signature(m);
 }
 
-TEST(MaterialOppositeBishops, PenaltyForTheEnginesSide) {
-  const uint64_t lightDark = BishopSignature(1, 0, 0, 1, Bare(3), Bare(3));
-  const uint64_t darkLight = BishopSignature(0, 1, 1, 0, Bare(3), Bare(3));
-  EXPECT_EQ(OppositeBishopsCorrection(50, lightDark, 1000, 0, 1), -50);
-  EXPECT_EQ(OppositeBishopsCorrection(50, darkLight, 1000, 0, 1), -50);
-  EXPECT_EQ(OppositeBishopsCorrection(50, lightDark, 1000, 0, -1), 150);
-  // With nothing else on the board the endgame penalty comes on top.
-  EXPECT_EQ(OppositeBishopsCorrection(50, lightDark, 1000, 300, 1), -80);
-  EXPECT_EQ(OppositeBishopsCorrection(50, lightDark, 0, 305, -1), 80);
-}
-
-TEST(MaterialOppositeBishops, OtherPiecesKeepOnlyTheFirstPenalty) {
-  const uint64_t withRooks = BishopSignature(1, 0, 0, 1, R(2), R(2));
-  EXPECT_EQ(OppositeBishopsCorrection(0, withRooks, 1000, 300, 1), -100);
-  const uint64_t withKnight = BishopSignature(0, 1, 1, 0, N(), Bare());
-  EXPECT_EQ(OppositeBishopsCorrection(0, withKnight, 1000, 300, 1), -100);
+// The first penalty for the engine's side whatever else stands; the endgame
+// one on top with nothing but pawns beside the bishops.
+TEST(MaterialOppositeBishops, PenaltiesForTheEnginesSide) {
   Material queens;
   queens.whiteQueens = queens.blackQueens = 1;
   queens.white = B();
   queens.black = B();
   queens.whiteLight = queens.blackDark = 1;
-  EXPECT_EQ(OppositeBishopsCorrection(0, Signature(queens), 1000, 300, 1), -100);
-}
-
-TEST(MaterialOppositeBishops, NotForSameColourOrBishopPair) {
-  EXPECT_EQ(OppositeBishopsCorrection(50, BishopSignature(1, 0, 1, 0), 1000, 300, 1), 50);
-  EXPECT_EQ(OppositeBishopsCorrection(50, BishopSignature(0, 1, 0, 1), 1000, 300, 1), 50);
-  EXPECT_EQ(OppositeBishopsCorrection(50, BishopSignature(1, 1, 0, 1), 1000, 300, 1), 50);  // pair against one
-  EXPECT_EQ(OppositeBishopsCorrection(50, BishopSignature(1, 0, 0, 0), 1000, 300, 1), 50);
+  const struct {
+    int32_t score;
+    uint64_t signature;
+    int penalty, endgame, sign;
+    int32_t expected;
+  } cases[] = {
+      {50, BishopSignature(1, 0, 0, 1, Bare(3), Bare(3)), 1000, 0, 1, -50},
+      {50, BishopSignature(0, 1, 1, 0, Bare(3), Bare(3)), 1000, 0, 1, -50},
+      {50, BishopSignature(1, 0, 0, 1, Bare(3), Bare(3)), 1000, 0, -1, 150},
+      {50, BishopSignature(1, 0, 0, 1, Bare(3), Bare(3)), 1000, 300, 1, -80},
+      {50, BishopSignature(1, 0, 0, 1, Bare(3), Bare(3)), 0, 305, -1, 80},
+      // Other pieces keep only the first penalty.
+      {0, BishopSignature(1, 0, 0, 1, R(2), R(2)), 1000, 300, 1, -100},
+      {0, BishopSignature(0, 1, 1, 0, N(), Bare()), 1000, 300, 1, -100},
+      {0, Signature(queens), 1000, 300, 1, -100},
+      // Not for bishops of the same colour, a pair against one, or one alone.
+      {50, BishopSignature(1, 0, 1, 0), 1000, 300, 1, 50},
+      {50, BishopSignature(0, 1, 0, 1), 1000, 300, 1, 50},
+      {50, BishopSignature(1, 1, 0, 1), 1000, 300, 1, 50},
+      {50, BishopSignature(1, 0, 0, 0), 1000, 300, 1, 50},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(OppositeBishopsCorrection(c.score, c.signature, c.penalty, c.endgame, c.sign), c.expected)
+        << std::hex << c.signature << std::dec << " " << c.penalty << " " << c.endgame << " " << c.sign;
 }
 
 }  // namespace
