@@ -15,6 +15,7 @@
 
 #include "board/exchange.h"
 #include "board/position.h"
+#include "support/fen_flip.h"
 
 namespace {
 
@@ -52,35 +53,10 @@ Board BoardFromFen(const std::string& fen) {
   return b;
 }
 
-std::string FenOf(const Board& b) {
-  std::string fen;
-  for (int rank = 7; rank >= 0; --rank) {
-    int run = 0;
-    for (int file = 0; file < 8; ++file) {
-      const char c = b[rank * 8 + file];
-      if (c == '.') {
-        ++run;
-        continue;
-      }
-      if (run) fen += char('0' + run);
-      run = 0;
-      fen += c;
-    }
-    if (run) fen += char('0' + run);
-    if (rank) fen += '/';
-  }
-  return fen + " w - -";
-}
+std::string FenOf(const Board& b) { return PlacementFen(b.data()) + " w - -"; }
 
 // Ranks reversed and colours exchanged.
-Board Mirror(const Board& b) {
-  Board m = EmptyBoard();
-  for (int s = 0; s < 64; ++s) {
-    const char c = b[s];
-    m[s ^ 56] = c == '.' ? '.' : is_white_man(c) ? char(std::tolower(c)) : char(std::toupper(c));
-  }
-  return m;
-}
+Board Mirror(const Board& b) { return BoardFromFen(FlipFen(FenOf(b))); }
 
 Bitboard MirrorBits(Bitboard b) { return __builtin_bswap64(b); }
 

@@ -91,7 +91,7 @@ std::vector<Board> RandomPlacements(int count, uint64_t seed) {
   std::vector<Board> boards;
   while (int(boards.size()) < count) {
     char squares[64];
-    std::memset(squares, 0, sizeof squares);
+    std::memset(squares, '.', sizeof squares);
     const int whiteKing = int(rng() % 64);
     int blackKing;
     do blackKing = int(rng() % 64);
@@ -102,27 +102,12 @@ std::vector<Board> RandomPlacements(int count, uint64_t seed) {
     const int men = 6 + int(rng() % 18);
     for (int i = 0; i < men; ++i) {
       const int sq = int(rng() % 64);
-      if (squares[sq]) continue;
+      if (squares[sq] != '.') continue;
       const char man = "PNBRQQRBpnbrqqrb"[rng() % 16];
       if ((man == 'P' || man == 'p') && (square_rank(sq) == 0 || square_rank(sq) == 7)) continue;
       squares[sq] = man;
     }
-    std::string fen;
-    for (int rank = 7; rank >= 0; --rank) {
-      int empty = 0;
-      for (int file = 0; file < 8; ++file) {
-        const char c = squares[rank * 8 + file];
-        if (!c) {
-          ++empty;
-          continue;
-        }
-        if (empty) fen += char('0' + empty);
-        empty = 0;
-        fen += c;
-      }
-      if (empty) fen += char('0' + empty);
-      if (rank) fen += '/';
-    }
+    std::string fen = PlacementFen(squares);
     fen += rng() % 2 ? " w - -" : " b - -";
     Board board;
     if (board.SetFen(fen)) boards.push_back(board);
