@@ -1,8 +1,8 @@
-// Static exchange and the defender questions of the check analysis.
-// Random positions compare the
-// swap against a plain recursive swap written here on a square-by-square
-// board that shares nothing with the engine's sets, and check that the White
-// and Black copies give the same answers on colour-mirrored positions.
+// Static exchange and the defender questions of the check analysis. Random
+// positions compare the swap against a plain recursive swap written here on a
+// square-by-square board that shares nothing with the engine's sets, and
+// check that the White and Black copies give the same answers on
+// colour-mirrored positions; hand rows hold what the random scenes leave out.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -256,10 +256,10 @@ void ExpectBothCopies(const HandMove& m, int64_t expected, F f) {
   EXPECT_EQ(f(white, OccupancyOf(white)), expected) << "White copy, mirror of " << m.fen;
 }
 
-// The rules the random scenes leave out (kings beside the square, recaptures
-// that promote, candidate sets, the bound's cap) as one row each. The mover is Black; `routine` picks the
-// question: 'T' the pass-or-fail test (with `candidates`), 'V' the value, 'B'
-// the bound (with `bound`).
+// What the random scenes leave out (kings beside the square, recaptures that
+// promote, the flags of the men that took part, the bound's cap) as one row
+// each. The mover is Black; `routine` picks the question: 'T' the pass-or-fail
+// test (with `candidates`), 'V' the value, 'B' the bound (with `bound`).
 struct HandCase {
   HandMove move;
   char routine;
@@ -272,6 +272,10 @@ struct HandCase {
 Bitboard Only(const char* square) { return Bits({square}); }
 
 const HandCase HAND_CASES[] = {
+    // Pawn trade: even is not ahead, our pawn takes back. Our bishop, then a
+    // knight to take their queen.
+    {{"7k/3p4/2p5/8/4P3/8/8/K7 b - -", "d5", "d7"}, 'T', 0x20000, 1 | 32},
+    {{"k7/5n2/3p4/8/6n1/2B5/1Q6/7K b - -", "e5", "f7"}, 'T', 0x60000, 1 | 16 | 4},
     // Our recapture that promotes counts the queen; one rank up it does not.
     {{"k6K/8/8/8/3r4/2N5/4p3/8 b - -", "d1", "d4"}, 'T', 0xa0000, 1 | 16},
     {{"k6K/8/8/8/3r4/1N2p3/8/8 b - -", "d2", "d4"}, 'T', 0xa0000, 0},

@@ -1,10 +1,12 @@
 // The move producers one list and one word at a time: what the completeness
 // test cannot see because it only asks whether every legal move came once.
-// Evasions (en passant and the promotion forms a check allows) and hash-move
-// validation. Every case is told for White and run as well on the
-// colour-mirrored position for Black.
+// Evasions (which answers a check may give, in which order, with which
+// promotion forms) and hash-move validation. Every case is told for White and
+// run as well on the colour-mirrored position for Black.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <vector>
@@ -13,6 +15,7 @@
 #include "board/move.h"
 #include "board/move_producers.h"
 #include "board/position.h"
+#include "search/ordering_tables.h"
 
 namespace {
 
@@ -28,6 +31,13 @@ int PromotedClass(Move m) { return int(m >> 42 & 7); }
 bool Bit(Move m, int n) { return m >> n & 1; }
 
 std::vector<Move> Words(const Move* first, const Move* end) { return std::vector<Move>(first, end); }
+
+// The learnt tables start from seeds; these cases set every entry they read.
+void ClearOrderingTables() {
+  std::memset(HistoryTable, 0, sizeof(HistoryTable));
+  std::memset(CounterMoves, 0, sizeof(CounterMoves));
+  std::memset(GainTable, 0, sizeof(GainTable));
+}
 
 // ===========================================================================
 // Evasions
@@ -50,6 +60,20 @@ std::vector<Move> NonKingMoves(const std::vector<Move>& moves) {
   std::vector<Move> out;
   for (Move m : moves)
     if (Mover(m) != CLASS_KING) out.push_back(m);
+  return out;
+}
+
+std::vector<int> Destinations(const std::vector<Move>& moves) {
+  std::vector<int> out;
+  for (Move m : moves) out.push_back(move_to(m));
+  return out;
+}
+
+template <int Us>
+std::vector<int> Ascending(std::initializer_list<const char*> names) {
+  std::vector<int> out;
+  for (const char* n : names) out.push_back(S<Us>(n));
+  std::sort(out.begin(), out.end());
   return out;
 }
 
@@ -83,6 +107,51 @@ void EnPassantAnswersOnlyTheCheckingPawn() {
 
 TEST(Evasions, EnPassantIsProducedOnlyWhenTheDoubleSteppedPawnChecks) {
   FOR_BOTH_COLOURS(EnPassantAnswersOnlyTheCheckingPawn);
+}
+
+template <int Us>
+void KnightCheckIsAnsweredOnItsSquare() {
+  Load<Us>("4k3/8/8/8/6B1/5n2/3NP1P1/4K3 w - -");
+  // King history, row 0, class 4: the top 12 bits go to bits 32-43.
+  const uint16_t history[3] = {0x1234, 0xffff, 0x0010};
+  const char* kingTo[3] = {"d1", "f1", "f2"};
+  for (int i = 0; i < 3; ++i) HistoryTable[0x100 + S<Us>(kingTo[i])] = history[i];
+
+  const auto moves = Evasions<Us>();
+  // King moves first, by ascending destination.
+  size_t kings = 0;
+  while (kings < moves.size() && Mover(moves[kings]) == CLASS_KING) ++kings;
+  const std::vector<Move> kingMoves(moves.begin(), moves.begin() + long(kings));
+  EXPECT_EQ(Destinations(kingMoves), Ascending<Us>({"d1", "f1", "f2"}));
+  for (Move m : kingMoves) {
+    int i = 0;
+    while (S<Us>(kingTo[i]) != move_to(m)) ++i;
+    EXPECT_EQ(m >> 32 & 0xfff, Move(history[i] >> 4)) << MoveToText(m);
+    EXPECT_EQ(m >> 44 & 0xf, 6u) << "lowest attacker: the king";
+    EXPECT_TRUE(m & MOVE_EXEMPT);
+  }
+
+  // Every other answer takes the knight: pawns from the lower file first,
+  // then the knight, then the bishop.
+  const std::vector<Move> rest(moves.begin() + long(kings), moves.end());
+  const char* from[4] = {"e2", "g2", "d2", "g4"};
+  const int mover[4] = {CLASS_PAWN, CLASS_PAWN, CLASS_KNIGHT, CLASS_BISHOP};
+  ASSERT_EQ(rest.size(), 4u);
+  for (int i = 0; i < 4; ++i) {
+    EXPECT_EQ(rest[i] & MOVE_IDENTITY, FromTo(S<Us>(from[i]), S<Us>("f3"))) << i;
+    EXPECT_EQ(Mover(rest[i]), mover[i]) << i;
+    EXPECT_EQ(Victim(rest[i]), CLASS_KNIGHT) << i;
+  }
+
+  // Targets without the knight's square: no capture is left, no king move to d1.
+  const auto limited = Evasions<Us>(true, ~position.colourBits[Us] & ~bit(S<Us>("f3")) & ~bit(S<Us>("d1")));
+  EXPECT_EQ(Destinations(limited), Ascending<Us>({"f1", "f2"}));
+}
+
+TEST(Evasions, KnightCheckIsAnsweredOnlyOnItsSquareAndKingMovesComeFirstWithTheirHistory) {
+  ClearOrderingTables();
+  FOR_BOTH_COLOURS(KnightCheckIsAnsweredOnItsSquare);
+  ResetOrderingTables();
 }
 
 // Promotion classes of the non-king answers, in list order.
