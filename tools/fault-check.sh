@@ -21,14 +21,21 @@ if [ $# -gt 0 ]; then patches=("$@"); else patches=("$root"/tests/faults/*.patch
 # The tree as it stands in the worktree, uncommitted changes included. The
 # build folder survives between runs so that only what changed is rebuilt.
 mkdir -p "$tree"
-for d in "$tree"/*; do [ "$d" = "$tree/build" ] || rm -rf "$d"; done
+stage=$work/stage
+rm -rf "$stage" && mkdir -p "$stage" || exit 2
 (cd "$root" && git ls-files -co --exclude-standard | while IFS= read -r f; do [ -e "$f" ] && echo "$f"; done) |
-  tar -C "$root" -cf - -T - | tar -C "$tree" -xf - || exit 2
-# The copy gives every file its time in the worktree back, so objects built
-# while a fault was in would look newer than their sources: every file a
-# fault ever touched is rebuilt.
-[ -f "$work/patched" ] && (cd "$tree" && xargs -r touch <"$work/patched")
+  tar -C "$root" -cf - -T - | tar -C "$stage" -xf - || exit 2
+# The copy gives every file its time in the worktree back, so an object built
+# from an older copy can look newer than its source: a file whose text is not
+# that of the last copy, and every file a fault ever touched, is rebuilt.
+(cd "$stage" && find . -type f) | while IFS= read -r f; do
+  cmp -s "$stage/$f" "$tree/$f" || touch "$stage/$f"
+done
+[ -f "$work/patched" ] && (cd "$stage" && xargs -r touch <"$work/patched")
 rm -f "$work/patched"
+for d in "$tree"/* "$tree"/.[!.]*; do [ "$d" = "$tree/build" ] || rm -rf "$d"; done
+(cd "$stage" && tar -cf - .) | tar -C "$tree" -xf - || exit 2
+rm -rf "$stage"
 cmake -S "$tree" -B "$tree/build" -DCMAKE_BUILD_TYPE=Release >/dev/null || exit 2
 
 # Builds and runs the suite ("short" or "all"); prints the failing tests, one

@@ -75,17 +75,6 @@ TEST(FenParser, TextsReadAsTheyAreWrittenBack) {
   EXPECT_EQ(SetPositionFromFen("9/8/8/8/8/8/8/8 w - -"), 1);
 }
 
-TEST(PositionRecord, PstSumCarriesTheCastlingTerms) {
-  ASSERT_EQ(SetPositionFromFen("r3k2r/8/8/8/8/8/8/R3K2R w KQkq -"), 1);
-  int64_t all = position.state.pstSum;
-  ASSERT_EQ(SetPositionFromFen("r3k2r/8/8/8/8/8/8/R3K2R w K -"), 1);
-  int64_t white_short = position.state.pstSum;
-  ASSERT_EQ(SetPositionFromFen("r3k2r/8/8/8/8/8/8/R3K2R w - -"), 1);
-  int64_t none = position.state.pstSum;
-  EXPECT_EQ(white_short - none, 100 * 65536);
-  EXPECT_EQ(all, none);  // the four rights cancel
-}
-
 TEST(PositionRecord, ScratchRecordLaysTheBoardFromItsStart) {
   // The scratch parser's board starts in the low margin: FEN squares 32-63
   // land on 0-31 of the record's board and the upper half is empty.

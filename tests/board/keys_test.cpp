@@ -186,30 +186,7 @@ TEST(KeyPawn, SharedExactlyByEqualPawnStructures) {
 
 // --- Material signature ----------------------------------------------------------
 
-TEST(KeySignature, StepsAreTheSumsOfTheirFields) {
-  // Each step is what adding one man to a bare-kings board does to the word.
-  const uint64_t kings = SignatureFromCounts(FromFen("4k3/8/8/8/8/8/8/4K3 w - - 0 1"));
-  EXPECT_EQ(kings, MATERIAL_SIGNATURE_BASE);
-  struct Case {
-    int index;
-    const char* fen;
-  };
-  const Case cases[] = {
-      {0, "4k3/8/8/8/8/8/3P4/4K3 w - - 0 1"},  {1, "4k3/3p4/8/8/8/8/8/4K3 w - - 0 1"},
-      {2, "4k3/8/8/8/8/8/8/1N2K3 w - - 0 1"},  {3, "1n2k3/8/8/8/8/8/8/4K3 w - - 0 1"},
-      {4, "4k3/8/8/8/8/8/8/1B2K3 w - - 0 1"},  {5, "2b1k3/8/8/8/8/8/8/4K3 w - - 0 1"},
-      {6, "4k3/8/8/8/8/8/8/R3K3 w - - 0 1"},   {7, "r3k3/8/8/8/8/8/8/4K3 w - - 0 1"},
-      {8, "4k3/8/8/8/8/8/8/3QK3 w - - 0 1"},   {9, "3qk3/8/8/8/8/8/8/4K3 w - - 0 1"},
-      {10, "4k3/8/8/8/8/8/8/2B1K3 w - - 0 1"}, {11, "4kb2/8/8/8/8/8/8/4K3 w - - 0 1"},
-  };
-  for (const Case& c : cases) {
-    Board b = FromFen(c.fen);
-    EXPECT_EQ(MATERIAL_STEPS[c.index], SignatureFromCounts(b) - kings) << c.index;
-    auto record = RecordOf(b);
-    EXPECT_EQ(MaterialSignature(record.get()), SignatureFromCounts(b)) << c.fen;
-  }
-}
-
+// The steps a make adds are held to the from-scratch word by the make tests.
 TEST(KeySignature, MatchesFieldCountsOnRandomPositions) {
   int checked = 0;
   for (const Board& b : Playouts(3, 40, 300)) {

@@ -4,17 +4,14 @@
 // both copies of a colour-templated routine.
 #pragma once
 
-#include <algorithm>
-#include <cctype>
 #include <initializer_list>
-#include <sstream>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "board/position.h"
 #include "board/types.h"
+#include "support/fen_flip.h"
 
 namespace mirrored {
 
@@ -35,41 +32,6 @@ Bitboard Set(std::initializer_list<const char*> names) {
   return b;
 }
 
-// The four-field FEN of the colour-reversed position.
-inline std::string MirrorFen(const std::string& fen) {
-  std::istringstream in(fen);
-  std::string board, side, castling = "-", ep = "-";
-  in >> board >> side >> castling >> ep;
-  std::vector<std::string> ranks;
-  std::string rank;
-  for (char c : board) {
-    if (c == '/') {
-      ranks.push_back(rank);
-      rank.clear();
-    } else {
-      rank += std::isupper(static_cast<unsigned char>(c)) ? char(std::tolower(c)) : char(std::toupper(c));
-    }
-  }
-  ranks.push_back(rank);
-  std::reverse(ranks.begin(), ranks.end());
-  std::string out;
-  for (size_t i = 0; i < ranks.size(); ++i) out += (i ? "/" : "") + ranks[i];
-  std::string rights;
-  for (const char r : std::string("KQkq")) {
-    const char from = std::isupper(static_cast<unsigned char>(r)) ? char(std::tolower(r)) : char(std::toupper(r));
-    if (castling.find(from) != std::string::npos) rights += r;
-  }
-  if (rights.empty()) rights = "-";
-  if (ep != "-") ep[1] = char('1' + ('8' - ep[1]));
-  return out + (side == "w" ? " b " : " w ") + rights + " " + ep;
-}
-
-// The FEN for Us of a position written for White.
-template <int Us>
-std::string FenFor(const std::string& whiteFen) {
-  return Us == WHITE ? whiteFen : MirrorFen(whiteFen);
-}
-
 constexpr Move FromTo(int from, int to) { return Move(from) << 10 | Move(to); }
 
 // The same move seen from the other colour: both squares rank-flipped.
@@ -79,7 +41,7 @@ constexpr Bitboard MirrorBits(Bitboard b) { return __builtin_bswap64(b); }
 // Sets the global position for Us from a position written for White.
 template <int Us>
 void Load(const std::string& whiteFen) {
-  const std::string fen = FenFor<Us>(whiteFen);
+  const std::string fen = Us == WHITE ? whiteFen : FlipFen(whiteFen);
   ASSERT_EQ(SetPositionFromFen(fen.c_str()), 1) << fen;
 }
 

@@ -54,14 +54,6 @@ const char* const CLASSIC_POSITIONS[] = {
     "k7/8/8/8/8/8/1p6/R2K4 b - -",           // capture-promotion of a rook, or a step
 };
 
-// Legal moves of the board as text, without bishop promotions (never produced).
-std::set<std::string> LegalTexts(const Board& board) {
-  std::set<std::string> texts;
-  for (const std::string& t : board.LegalMoveTexts())
-    if (!(t.size() == 5 && t[4] == 'b')) texts.insert(t);
-  return texts;
-}
-
 // The four-field FEN after a made move, read back from the engine's record.
 std::string FenAfter(int moverSide) {
   Board after;
@@ -97,7 +89,7 @@ struct Checked {
 void CheckProduced(const Board& board, const std::vector<Move>& words, bool exact, const std::string& where,
                    Checked* seen) {
   const int side = board.Side();
-  const std::set<std::string> legal = LegalTexts(board);
+  const std::set<std::string> legal = harness::ProducedLegalTexts(board);
   std::map<std::string, int> produced;
   std::map<std::string, std::string> expectedFen;
   if (exact) {
@@ -142,17 +134,6 @@ void CheckProduced(const Board& board, const std::vector<Move>& words, bool exac
   seen->moves += int(legal.size());
 }
 
-// A hash move for the position: a legal move picked by the generator, in
-// hash form and completed again by the validation.
-Move PickHashMove(const Board& board, std::mt19937_64& rng) {
-  const auto moves = board.LegalMoves();
-  if (moves.empty()) return 0;
-  const auto& m = moves[rng() % moves.size()];
-  if (m.promotion && m.promotion != reference::QUEEN) return 0;  // comes back as a queen only
-  const Move word = Move(m.from) << 10 | Move(m.to);
-  return board.Side() == WHITE ? HashMoveToMove<WHITE>(word) : HashMoveToMove<BLACK>(word);
-}
-
 void CheckAllVariants(const Board& board, std::mt19937_64& rng, bool exact, Checked* seen) {
   const std::string fen = board.Fen(false);
   ASSERT_EQ(SetPositionFromFen(fen.c_str()), 1) << fen;
@@ -166,7 +147,7 @@ void CheckAllVariants(const Board& board, std::mt19937_64& rng, bool exact, Chec
     harness::NodeStack stack;
     stack.records[0].currentMove = (rng() & 1) ? 0x18000000 : 0;  // the parent took something, or not
     stack.node()->killers[0] = 0;
-    const Move hash = (variant & 1) ? PickHashMove(board, rng) : 0;
+    const Move hash = (variant & 1) ? harness::HashFormMove(board, rng) : 0;
     const std::vector<Move> words = harness::ProduceAll(side, variant, stack.node(), hash, int(rng() & 1));
     CheckProduced(board, words, exact && variant == CAPTURES_WIDE,
                   fen + " variant " + std::to_string(variant) + (hash ? " hash " + std::string(MoveToText(hash)) : ""),

@@ -85,4 +85,37 @@ uint64_t EnginePerft(int side, int depth) {
   return side == WHITE ? Perft<WHITE>(&stack[1], depth) : Perft<BLACK>(&stack[1], depth);
 }
 
+namespace {
+
+template <int Us>
+bool SafeAfter(Move m) {
+  static NodeRecord stack[4];
+  node_countdown = int64_t(1) << 62;  // no periodic check (it would read our input)
+  SavedState saved;
+  MakeMove<Us>(m, &saved, &stack[1]);
+  const bool safe = !InCheck(Us);
+  UnmakeMove<Us>(m, &saved);
+  return safe;
+}
+
+}  // namespace
+
+bool KingSafeAfter(int side, Move m) { return side == WHITE ? SafeAfter<WHITE>(m) : SafeAfter<BLACK>(m); }
+
+std::set<std::string> ProducedLegalTexts(const reference::Board& board) {
+  std::set<std::string> texts;
+  for (const std::string& t : board.LegalMoveTexts())
+    if (!(t.size() == 5 && t[4] == 'b')) texts.insert(t);
+  return texts;
+}
+
+Move HashFormMove(const reference::Board& board, std::mt19937_64& rng, bool noPromotion) {
+  const auto moves = board.LegalMoves();
+  if (moves.empty()) return 0;
+  const auto& m = moves[rng() % moves.size()];
+  if (m.promotion && (noPromotion || m.promotion != reference::QUEEN)) return 0;
+  const Move word = Move(m.from) << 10 | Move(m.to);
+  return board.Side() == WHITE ? HashMoveToMove<WHITE>(word) : HashMoveToMove<BLACK>(word);
+}
+
 }  // namespace harness

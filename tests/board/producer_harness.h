@@ -4,8 +4,12 @@
 #pragma once
 
 #include <cstdint>
+#include <random>
+#include <set>
+#include <string>
 #include <vector>
 
+#include "board/reference_moves.h"
 #include "board/types.h"
 #include "eval/node_record.h"
 
@@ -13,7 +17,7 @@ namespace harness {
 
 // Node records with a parent: stack[1] is the node, stack[0] its parent.
 struct NodeStack {
-  NodeRecord records[4];
+  NodeRecord records[4] = {};
   NodeRecord* node() { return &records[1]; }
 };
 
@@ -25,6 +29,19 @@ struct NodeStack {
 std::vector<Move> ProduceAll(int side, int variant, NodeRecord* node, Move hashMove, int historyRow = 0);
 
 bool InCheck(int side);
+
+// Whether the side's king is safe after `m` is made on the global position
+// (which the unmake restores).
+bool KingSafeAfter(int side, Move m);
+
+// The legal moves of the board as text, bishop promotions left out: the
+// engine never produces them.
+std::set<std::string> ProducedLegalTexts(const reference::Board& board);
+
+// A legal move of the board, picked at random, in the form the hash table
+// gives back (completed by the validation), or 0. Underpromotions never come
+// back from the table; with `noPromotion` no promotion at all is taken.
+Move HashFormMove(const reference::Board& board, std::mt19937_64& rng, bool noPromotion = false);
 
 // Moves of the engine's producers counted to `depth`, legality by the king
 // test after the make; each queen promotion is counted once more for the

@@ -217,58 +217,42 @@ TEST_F(Budget, PonderAndInfiniteRunPastEveryClock) {
   EXPECT_TRUE(time_is_up(0));
 }
 
+// The hard limit by situation: another move under search may use 4.2 times
+// 90 % of the target, the best move searched open 2.4 times, anything after a
+// ponder hit 1.0 times; the second half of the hard limit only while another
+// move proves itself better than the best.
 TEST_F(Budget, CheckShortensTheSearchBySituation) {
-  Go("go wtime 60000 btime 60000");
-  target_time = 1000;
-  max_time = 100000;
-  // Any other move under search: 90 % of the target, times 4.2.
-  stretch_budget(3779);
-  EXPECT_EQ(max_time, 100000);
-  stretch_budget(3780);
-  EXPECT_EQ(max_time, 0);
-
-  // The best move being searched open: times 2.4.
-  root_list[0].move = 0x0c1c;
-  current_root_move = 0x0c1c;
-  root_pv_search = true;
-  max_time = 100000;
-  stretch_budget(2159);
-  EXPECT_EQ(max_time, 100000);
-  stretch_budget(2160);
-  EXPECT_EQ(max_time, 0);
-
-  // After a ponder hit: times 1.0.
-  root_pv_search = false;
-  ponderhit_seen = true;
-  max_time = 100000;
-  stretch_budget(899);
-  EXPECT_EQ(max_time, 100000);
-  stretch_budget(900);
-  EXPECT_EQ(max_time, 0);
-  ponderhit_seen = false;
-}
-
-TEST_F(Budget, SecondHalfOfTheHardLimitOnlyForANewBestMove) {
-  Go("go wtime 60000 btime 60000");
-  target_time = 100000;
-  root_list[0].move = 0x0c1c;
-
-  max_time = 1000;
-  current_root_move = 0x0b1b;
-  root_pv_search = true;  // another move is proving itself better
-  stretch_budget(600);
-  EXPECT_EQ(max_time, 1000);
-
-  current_root_move = 0x0c1c;  // the best move itself, open: no reason to wait
-  stretch_budget(600);
-  EXPECT_EQ(max_time, 0);
-
-  max_time = 1000;
-  root_pv_search = false;
-  stretch_budget(499);
-  EXPECT_EQ(max_time, 1000);
-  stretch_budget(500);
-  EXPECT_EQ(max_time, 0);
+  constexpr Move BEST = 0x0c1c, OTHER = 0x0b1b;
+  const struct {
+    bool open, hit;
+    Move current;
+    int64_t target, max, kept, ended;  // -1: not asked
+  } cases[] = {
+      {false, false, 0, 1000, 100000, 3779, 3780},
+      {true, false, BEST, 1000, 100000, 2159, 2160},
+      {false, true, 0, 1000, 100000, 899, 900},
+      {true, false, OTHER, 100000, 1000, 600, -1},
+      {true, false, BEST, 100000, 1000, -1, 600},
+      {false, false, BEST, 100000, 1000, 499, 500},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.kept);
+    Go("go wtime 60000 btime 60000");
+    root_list[0].move = BEST;
+    current_root_move = c.current;
+    root_pv_search = c.open;
+    ponderhit_seen = c.hit;
+    target_time = c.target;
+    max_time = c.max;
+    if (c.kept >= 0) {
+      stretch_budget(c.kept);
+      EXPECT_EQ(max_time, c.max);
+    }
+    if (c.ended >= 0) {
+      stretch_budget(c.ended);
+      EXPECT_EQ(max_time, 0);
+    }
+  }
 }
 
 TEST_F(Budget, IterationEndUsesEightyPercentOfTheTarget) {

@@ -240,34 +240,6 @@ TEST_F(CaptureLists, WordsAndQuietStepsOfHandPositions) {
   EXPECT_TRUE(left[0] & MOVE_CHECK);
 }
 
-// The full quiet map of a man: every step the list did not take.
-TEST_F(CaptureLists, QuietMapsHoldEveryStepTheListLeaves) {
-  const struct {
-    const char* fen;
-    Variants variants;
-    const char* square;
-    std::initializer_list<const char*> steps;
-  } rows[] = {
-      {"4k3/8/8/8/8/8/8/R5K1 w - -", EVERY, "a1", {"a2", "a3", "a4", "a5", "a6", "a7", "b1", "c1", "d1", "f1"}},
-      {"4k3/2n5/8/8/8/8/8/R5K1 w - -", ALL_THREATS, "a1", {"a2", "a3", "a4", "a5", "a6", "a8", "b1", "d1", "f1"}},
-      {"7k/8/8/8/n3n3/8/7K/1R6 w - -", ALL_THREATS, "b1", {"b2", "b3", "b5", "b6", "b7", "c1", "d1", "f1", "g1", "h1"}},
-      {"7k/8/8/n7/8/8/7K/R2b4 w - -", EVERY, "a1", {"a2", "a3", "a4", "b1", "c1"}},
-      // Pinned men lose their steps, a rook pinned on its line keeps them there.
-      {"4r2k/8/8/b7/8/2N1B3/8/r1R1K3 w - -", EVERY, "c1", {"b1", "d1"}},
-      {"4r2k/8/8/b7/8/2N1B3/8/r1R1K3 w - -", EVERY, "c3", {}},
-      {"4r2k/8/8/b7/8/2N1B3/8/r1R1K3 w - -", EVERY, "e3", {}},
-      {"4r2k/8/8/8/4R3/8/8/4K3 w - -", EVERY, "e4", {"e2", "e3", "e5", "e6", "e7"}},
-  };
-  for (const auto& r : rows) {
-    Load<WHITE>(r.fen);
-    for (int variant : ALL_VARIANTS) {
-      if (Covers(r.variants, variant)) {
-        EXPECT_EQ(MakeList<WHITE>(variant).Targets(Sq(r.square)), Set<WHITE>(r.steps)) << r.fen << " " << variant;
-      }
-    }
-  }
-}
-
 // ---------------------------------------------------------------------------
 // Line masks and pins
 

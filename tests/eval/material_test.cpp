@@ -95,17 +95,8 @@ TEST(MaterialTable, IndexAgreesWithTheSignatureOfTheBoardCore) {
     });
 }
 
-// The reference rows themselves are checked by the table's generator; here
-// the rules every row obeys. Equal material is zero as a special case.
-TEST(MaterialTable, ExchangedColoursUnderTheSameQueenDigitNegate) {
-  int checked = 0;
-  ForEachRow([&](int q, const Men& w, const Men& b) {
-    ASSERT_EQ(Entry(q, w, b), -Entry(q, b, w)) << Describe(q, w, b);
-    ++checked;
-  });
-  EXPECT_EQ(checked, 118098);
-}
-
+// The reference rows and the colour exchange are checked by the table's
+// generator; here a rule every row obeys.
 TEST(MaterialTable, EqualPiecesDependOnThePawnDifferenceOnly) {
   // With the same pieces on both sides and pawns on both, the entry is set by
   // the difference alone, and grows with it linearly (within rounding).
@@ -158,63 +149,6 @@ TEST(MaterialValue, AddsTableAdjustAndNominalBalance) {
 }
 
 // --- Scale table -----------------------------------------------------------------
-
-struct ScaleMen {
-  int whiteLight = 0, whiteDark = 0, blackLight = 0, blackDark = 0;
-  int whiteQueen = 0, blackQueen = 0, whiteKnights = 0, blackKnights = 0, whiteRooks = 0, blackRooks = 0;
-};
-
-uint32_t ScaleIndex(const ScaleMen& m) {
-  return uint32_t(m.whiteLight | m.whiteDark << 1 | m.blackLight << 2 | m.blackDark << 3 | m.whiteQueen << 4 |
-                  m.blackQueen << 5 | m.whiteKnights << 6 | m.blackKnights << 8 | m.whiteRooks << 10 |
-                  m.blackRooks << 12);
-}
-
-TEST(ScaleTable, EveryClassFollowsTheRule) {
-  // Walk the classes by their men and name the expected scale from the rule.
-  int seen = 0;
-  for (int bishops = 0; bishops < 16; ++bishops)
-    for (int wq = 0; wq < 2; ++wq)
-      for (int bq = 0; bq < 2; ++bq)
-        for (int wn = 0; wn < 4; ++wn)
-          for (int bn = 0; bn < 4; ++bn)
-            for (int wr = 0; wr < 4; ++wr)
-              for (int br = 0; br < 4; ++br) {
-                ScaleMen m{bishops & 1, bishops >> 1 & 1, bishops >> 2 & 1, bishops >> 3 & 1, wq, bq, wn, bn, wr,
-                           br};
-                const int whiteBishops = m.whiteLight + m.whiteDark, blackBishops = m.blackLight + m.blackDark;
-                const bool oneBishopEach = whiteBishops == 1 && blackBishops == 1;
-                const bool sameColour = oneBishopEach && m.whiteLight == m.blackLight;
-                const bool oppositeColour = oneBishopEach && !sameColour;
-                const bool noQueens = wq == 0 && bq == 0, queenEach = wq == 1 && bq == 1;
-                const bool noKnights = wn == 0 && bn == 0, knightEach = wn == 1 && bn == 1;
-                const bool noRooks = wr == 0 && br == 0, rookEach = wr == 1 && br == 1;
-                const bool noBishops = whiteBishops == 0 && blackBishops == 0;
-                int expected = 128;
-                if (noBishops && noQueens && noKnights && noRooks)
-                  expected = 192;
-                else if (sameColour && noQueens && noKnights && noRooks)
-                  expected = 140;
-                else if (oppositeColour && noQueens && noKnights && noRooks)
-                  expected = 57;
-                else if (noBishops && noQueens && knightEach && noRooks)
-                  expected = 140;
-                else if (oppositeColour && queenEach && noKnights && noRooks)
-                  expected = 108;
-                else if (oppositeColour && noQueens && knightEach && noRooks)
-                  expected = 108;
-                else if (oppositeColour && noQueens && noKnights && rookEach)
-                  expected = 102;
-                else if (noBishops && queenEach && noKnights && noRooks)
-                  expected = 115;
-                else if (oppositeColour)
-                  expected = 115;
-                const uint32_t index = ScaleIndex(m);
-                ASSERT_EQ(int(SCALE_TABLE[index]), expected) << std::hex << "index 0x" << index;
-                ++seen;
-              }
-  EXPECT_EQ(seen, 16384);
-}
 
 TEST(ScaleScore, BareKingsKeepTheTempo) {
   // Tempo 44 in the endgame half, over 10 is 4, scaled by 192 / 128.
@@ -348,35 +282,38 @@ uint64_t BishopSignature(int whiteLight, int whiteDark, int blackLight, int blac
   return Signature(m);
 }
 
-TEST(MaterialOppositeBishops, PenaltyForTheEnginesSide) {
-  const uint64_t lightDark = BishopSignature(1, 0, 0, 1, Bare(3), Bare(3));
-  const uint64_t darkLight = BishopSignature(0, 1, 1, 0, Bare(3), Bare(3));
-  EXPECT_EQ(OppositeBishopsCorrection(50, lightDark, 1000, 0, 1), -50);
-  EXPECT_EQ(OppositeBishopsCorrection(50, darkLight, 1000, 0, 1), -50);
-  EXPECT_EQ(OppositeBishopsCorrection(50, lightDark, 1000, 0, -1), 150);
-  // With nothing else on the board the endgame penalty comes on top.
-  EXPECT_EQ(OppositeBishopsCorrection(50, lightDark, 1000, 300, 1), -80);
-  EXPECT_EQ(OppositeBishopsCorrection(50, lightDark, 0, 305, -1), 80);
-}
-
-TEST(MaterialOppositeBishops, OtherPiecesKeepOnlyTheFirstPenalty) {
-  const uint64_t withRooks = BishopSignature(1, 0, 0, 1, R(2), R(2));
-  EXPECT_EQ(OppositeBishopsCorrection(0, withRooks, 1000, 300, 1), -100);
-  const uint64_t withKnight = BishopSignature(0, 1, 1, 0, N(), Bare());
-  EXPECT_EQ(OppositeBishopsCorrection(0, withKnight, 1000, 300, 1), -100);
+// The first penalty for the engine's side whatever else stands; the endgame
+// one on top with nothing but pawns beside the bishops.
+TEST(MaterialOppositeBishops, PenaltiesForTheEnginesSide) {
   Material queens;
   queens.whiteQueens = queens.blackQueens = 1;
   queens.white = B();
   queens.black = B();
   queens.whiteLight = queens.blackDark = 1;
-  EXPECT_EQ(OppositeBishopsCorrection(0, Signature(queens), 1000, 300, 1), -100);
-}
-
-TEST(MaterialOppositeBishops, NotForSameColourOrBishopPair) {
-  EXPECT_EQ(OppositeBishopsCorrection(50, BishopSignature(1, 0, 1, 0), 1000, 300, 1), 50);
-  EXPECT_EQ(OppositeBishopsCorrection(50, BishopSignature(0, 1, 0, 1), 1000, 300, 1), 50);
-  EXPECT_EQ(OppositeBishopsCorrection(50, BishopSignature(1, 1, 0, 1), 1000, 300, 1), 50);  // pair against one
-  EXPECT_EQ(OppositeBishopsCorrection(50, BishopSignature(1, 0, 0, 0), 1000, 300, 1), 50);
+  const struct {
+    int32_t score;
+    uint64_t signature;
+    int penalty, endgame, sign;
+    int32_t expected;
+  } cases[] = {
+      {50, BishopSignature(1, 0, 0, 1, Bare(3), Bare(3)), 1000, 0, 1, -50},
+      {50, BishopSignature(0, 1, 1, 0, Bare(3), Bare(3)), 1000, 0, 1, -50},
+      {50, BishopSignature(1, 0, 0, 1, Bare(3), Bare(3)), 1000, 0, -1, 150},
+      {50, BishopSignature(1, 0, 0, 1, Bare(3), Bare(3)), 1000, 300, 1, -80},
+      {50, BishopSignature(1, 0, 0, 1, Bare(3), Bare(3)), 0, 305, -1, 80},
+      // Other pieces keep only the first penalty.
+      {0, BishopSignature(1, 0, 0, 1, R(2), R(2)), 1000, 300, 1, -100},
+      {0, BishopSignature(0, 1, 1, 0, N(), Bare()), 1000, 300, 1, -100},
+      {0, Signature(queens), 1000, 300, 1, -100},
+      // Not for bishops of the same colour, a pair against one, or one alone.
+      {50, BishopSignature(1, 0, 1, 0), 1000, 300, 1, 50},
+      {50, BishopSignature(0, 1, 0, 1), 1000, 300, 1, 50},
+      {50, BishopSignature(1, 1, 0, 1), 1000, 300, 1, 50},
+      {50, BishopSignature(1, 0, 0, 0), 1000, 300, 1, 50},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(OppositeBishopsCorrection(c.score, c.signature, c.penalty, c.endgame, c.sign), c.expected)
+        << std::hex << c.signature << std::dec << " " << c.penalty << " " << c.endgame << " " << c.sign;
 }
 
 }  // namespace

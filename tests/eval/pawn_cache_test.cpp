@@ -182,16 +182,6 @@ TEST(PawnCacheRows, AReplacedRowKeepsItsCounter) {
   EXPECT_EQ(row->useCount, 7u);
 }
 
-TEST(PawnCacheRows, CastlingRightsMakeAnotherRecord) {
-  // The same pawns with and without the white rights: two keys, two rows
-  // (or the same row recomputed), and the shelter follows the rights.
-  const Halves with = Split(RecordOf("4k3/8/8/8/8/8/3PPP2/4K2R w K -").whiteShelter);
-  const uint64_t keyWith = position.state.pawnKey;
-  const Halves without = Split(RecordOf("4k3/8/8/8/8/8/3PPP2/4K2R w - -").whiteShelter);
-  EXPECT_NE(keyWith, position.state.pawnKey);
-  EXPECT_FALSE(with == without);
-}
-
 // --- Tables ---------------------------------------------------------------------------
 
 // The rows the generator does not check itself; the king distances show in

@@ -14,6 +14,7 @@
 #include <random>
 #include <string>
 
+#include "board/move.h"
 #include "report/output.h"
 #include "shell/dialogue.h"
 #include "shell/identity.h"
@@ -42,9 +43,8 @@ constexpr uint32_t kCheck = 0x2b3c4d;
 constexpr uint64_t kKey = uint64_t(kCheck) << 41 | uint64_t(0x13) << 32 | kLow;
 constexpr uint64_t Slot(int i) { return kLow ^ uint64_t(i); }
 
-// A move word in hash form and with noise in the bits a store must ignore.
+// A move word in hash form.
 constexpr Move HashMove(int from, int to) { return Move(to) | Move(from) << 10; }
-constexpr Move NoisyMove(int from, int to) { return HashMove(from, to) | 0x3c0 | (~Move(0) << 16); }
 
 class HashTable : public ::testing::Test {
  protected:
@@ -61,47 +61,6 @@ class HashTable : public ::testing::Test {
   static uint64_t At(uint64_t index) { return hash_table[index]; }
   static void Put(int slot, uint64_t word) { hash_table[Slot(slot)] = word; }
 };
-
-// --- Entry layout -------------------------------------------------------------
-
-TEST_F(HashTable, EntryFieldsRoundTrip) {
-  SetHashDate(2);
-  const uint64_t word = HashEntry::Make(kKey, NoisyMove(12, 28), 17, 8190 + 35, HashEntry::LOWER, HashDate);
-  EXPECT_EQ(word, Word(kCheck, 17, 2, kLower, 28, 12, 8225));
-  EXPECT_EQ(HashEntry::Depth(word), 17);
-  EXPECT_EQ(HashEntry::Date(word), 2u);
-  EXPECT_EQ(HashEntry::BestMove(word), HashMove(12, 28));
-  EXPECT_EQ(HashEntry::Value(word), 35);
-
-  // The extremes of every field keep to their bits.
-  const uint64_t full = HashEntry::Make(~uint64_t(0), NoisyMove(63, 63), 63, 0x3fff,
-                                        HashEntry::EXACT | HashEntry::RESTRICTED, 3 << 6);
-  EXPECT_EQ(full, Word(0x7fffff, 63, 3, kExact | kRestricted, 63, 63, 0x3fff));
-  EXPECT_EQ(HashEntry::Value(full), 0x3fff - 8190);
-  const uint64_t lowest = HashEntry::Make(kKey, 0, 0, 0, HashEntry::UPPER, 0);
-  EXPECT_EQ(HashEntry::Value(lowest), -8190);
-  EXPECT_EQ(HashEntry::BestMove(lowest), 0u);
-}
-
-TEST_F(HashTable, CheckComparesTheTopTwentyThreeBitsOnly) {
-  const uint64_t word = Word(kCheck, 4, 0, kLower);
-  EXPECT_TRUE(HashEntry::Matches(word, kKey ^ ((uint64_t(1) << 41) - 1)));
-  EXPECT_FALSE(HashEntry::Matches(word, kKey ^ (uint64_t(1) << 41)));
-  EXPECT_FALSE(HashEntry::Matches(word, kKey ^ (uint64_t(1) << 63)));
-  // An empty slot matches only a key whose top 23 bits are all zero.
-  EXPECT_FALSE(HashEntry::Matches(0, kKey));
-  EXPECT_TRUE(HashEntry::Matches(0, kLow));
-}
-
-TEST_F(HashTable, BucketIsTheFourWordsOfTheKeyXoredRun) {
-  for (int i = 0; i < 4; ++i) Put(i, Word(0x100 + i, i, 0, kLower));
-  EXPECT_EQ(HashIndex(kKey), kLow);
-  HashBucket bucket = LoadBucket(kKey);
-  for (int i = 0; i < 4; ++i) EXPECT_EQ(bucket.word[i], Word(0x100 + i, i, 0, kLower)) << "slot " << i;
-  // The words of the aligned run, in memory order, are slots 2, 3, 0, 1.
-  EXPECT_EQ(kLow & ~uint64_t(3), Slot(2));
-  EXPECT_EQ(HashRead(kLow & ~uint64_t(3)), Word(0x102, 2, 0, kLower));
-}
 
 // --- Stores against a model of the replacement rules ---------------------------
 
@@ -123,12 +82,13 @@ enum StoreKind { LOWER, UPPER, LOWER_RESTRICTED, UPPER_RESTRICTED, EXACT, FORCED
 // entry of the position of no greater depth and empties the later ones; a
 // forced one does the same at any depth. Without such an entry the most
 // replaceable slot, the later of equals, takes the store.
-void ModelStore(uint64_t bucket[4], StoreKind kind, int depth, int today, bool preserve) {
+void ModelStore(uint64_t bucket[4], StoreKind kind, int depth, int today, bool preserve, Move move, int value) {
   const bool restricted = kind == LOWER_RESTRICTED || kind == UPPER_RESTRICTED;
   const bool lower = kind == LOWER || kind == LOWER_RESTRICTED, upper = kind == UPPER || kind == UPPER_RESTRICTED;
   if (kind == FORCED) depth = 63;
   const uint64_t flags = lower ? kLower : upper ? kUpper : kExact;
-  const uint64_t word = Word(kCheck, depth, today, flags | (restricted ? kRestricted : 0));
+  const uint64_t word =
+      Word(kCheck, depth, today, flags | (restricted ? kRestricted : 0), move_to(move), move_from(move), value);
   const auto takes = [&](uint64_t e) {
     if ((e >> 41) != kCheck) return false;
     if (kind == FORCED) return true;
@@ -151,14 +111,16 @@ void ModelStore(uint64_t bucket[4], StoreKind kind, int depth, int today, bool p
   bucket[victim] = word;
 }
 
-void RunStore(StoreKind kind, int depth) {
+// The store routines take the move with noise in the bits they must ignore.
+void RunStore(StoreKind kind, int depth, Move move, int value) {
+  const Move noisy = move | 0x3c0 | (~Move(0) << 16);
   switch (kind) {
-    case LOWER: return StoreLowerPlain(kKey, 0, depth, 8190);
-    case UPPER: return StoreUpperPlain(kKey, 0, depth, 8190);
-    case LOWER_RESTRICTED: return StoreLower(kKey, 0, depth, 8190, true);
-    case UPPER_RESTRICTED: return StoreUpper(kKey, 0, depth, 8190, true);
-    case EXACT: return StoreExact(kKey, 0, depth, 8190);
-    default: return StoreForced(kKey, 0, 8190);
+    case LOWER: return StoreLowerPlain(kKey, noisy, depth, value);
+    case UPPER: return StoreUpperPlain(kKey, noisy, depth, value);
+    case LOWER_RESTRICTED: return StoreLower(kKey, noisy, depth, value, true);
+    case UPPER_RESTRICTED: return StoreUpper(kKey, noisy, depth, value, true);
+    case EXACT: return StoreExact(kKey, noisy, depth, value);
+    default: return StoreForced(kKey, noisy, value);
   }
 }
 
@@ -182,8 +144,10 @@ TEST_F(HashTable, EveryStoreFollowsTheReplacementRules) {
     const StoreKind kind = StoreKind(below(STORE_KINDS));
     const int depth = below(3) ? 4 + below(3) : below(64);
     const uint64_t before[4] = {bucket[0], bucket[1], bucket[2], bucket[3]};
-    ModelStore(bucket, kind, depth, today, preserve_analysis);
-    RunStore(kind, depth);
+    const Move move = HashMove(below(64), below(64));
+    const int value = below(0x4000);  // as stored, 8190 above the score
+    ModelStore(bucket, kind, depth, today, preserve_analysis, move, value);
+    RunStore(kind, depth, move, value);
     bool sameSlot = false;
     for (int i = 0; i < 4; ++i) {
       ASSERT_EQ(At(Slot(i)), bucket[i]) << "slot " << i << " store " << kind << " depth " << depth << " today "
@@ -354,59 +318,43 @@ TEST_F(HashTable, LargePagesBelowOneHugePageAreNotUsed) {
 // The large page outcome reaches the front end in the system's own words;
 // "not asked for" goes to the log only.
 TEST(HashBuildReport, TellsTheLargePageOutcome) {
+  const std::string refused =
+      "info string Large pages not used. This could be due to memory fragmentation or lack of "
+      "Administrative privileges.\n";
+  const struct {
+    int status;
+    int adviceError;
+    std::string told;
+  } cases[] = {
+      {5, 0, ""},
+      {0, 0, "info string Using large pages, hash size = 64 Mb.\n"},
+      {1, 0, "info string Large pages not used (kernel32.dll not available). Your OS does not support this feature.\n"},
+      {2, 0, "info string Large pages not used (GetLargePageMinimum failed). Your OS does not support this feature.\n"},
+      {3, 0, "info string Large pages not used - pGetLargePageMinimum () returned 2097152.\n"},
+      {4, 0, refused},
+      // A refused call is named, with its error number and text, first.
+      {4, EINVAL,
+       "info string ERROR: API        = madvise\ninfo string        error code = " + std::to_string(EINVAL) +
+           "\ninfo string        message    = " + std::strerror(EINVAL) + "\n" + refused},
+  };
   auto told = [](const HashBuildReport& report) {
     ::testing::internal::CaptureStdout();
     ReportHashBuild(report);
     return ::testing::internal::GetCapturedStdout();
   };
-  HashBuildReport report;
-  report.ok = true;
-  report.megabytes = 64;
-  report.large_page_status = 5;
-  EXPECT_EQ(told(report), "");
-  report.large_page_status = 0;
-  EXPECT_EQ(told(report), "info string Using large pages, hash size = 64 Mb.\n");
-  report.large_page_status = 1;
-  EXPECT_EQ(told(report),
-            "info string Large pages not used (kernel32.dll not available). Your OS does not support this feature.\n");
-  report.large_page_status = 2;
-  EXPECT_EQ(told(report),
-            "info string Large pages not used (GetLargePageMinimum failed). Your OS does not support this feature.\n");
-  report.large_page_status = 3;
-  report.huge_page_bytes = 2097152;
-  EXPECT_EQ(told(report), "info string Large pages not used - pGetLargePageMinimum () returned 2097152.\n");
-  const std::string refused =
-      "info string Large pages not used. This could be due to memory fragmentation or lack of "
-      "Administrative privileges.\n";
-  report.large_page_status = 4;
-  EXPECT_EQ(told(report), refused);
-  // A refused call is named, with its error number and text, first.
-  report.advice_error = EINVAL;
-  EXPECT_EQ(told(report), "info string ERROR: API        = madvise\ninfo string        error code = " +
-                              std::to_string(EINVAL) + "\ninfo string        message    = " +
-                              std::strerror(EINVAL) + "\n" + refused);
+  for (const auto& c : cases) {
+    HashBuildReport report;
+    report.ok = true;
+    report.megabytes = 64;
+    report.huge_page_bytes = 2097152;
+    report.large_page_status = c.status;
+    report.advice_error = c.adviceError;
+    EXPECT_EQ(told(report), c.told) << c.status;
+  }
   // A failed build tells why; with no table left there is nothing more.
   HashBuildReport failed;
   std::snprintf(failed.error, sizeof(failed.error), "Cannot reserve it");
   EXPECT_EQ(told(failed), "info string Cannot reserve it\n");
-}
-
-// The mapping name follows the role: our own id, a controller's, or the
-// parent's in a child.
-TEST(HashMappingName, FollowsTheRole) {
-  char name[SHARED_NAME_SIZE];
-  HashMappingName(name, sizeof(name));
-  EXPECT_EQ(std::string(name), "/quorlOldSync1" + std::to_string(getpid()));
-  overridden_parent_id = 4242;
-  HashMappingName(name, sizeof(name));
-  EXPECT_STREQ(name, "/quorlOldSync14242");
-  overridden_parent_id = 0;
-  is_child = true;
-  parent_sync_id = 977;
-  HashMappingName(name, sizeof(name));
-  EXPECT_STREQ(name, "/quorlOldSync1977");
-  is_child = false;
-  parent_sync_id = 0;
 }
 
 // A process on someone else's table sees its words, never clears them, and

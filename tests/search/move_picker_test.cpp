@@ -42,32 +42,6 @@ const char* const START_POSITIONS[] = {
     "r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq -",
 };
 
-struct Stack {
-  NodeRecord records[4] = {};
-  NodeRecord* node() { return &records[1]; }
-};
-
-// The legal moves of the board as text, bishop promotions left out (never produced).
-std::set<std::string> LegalTexts(const Board& board) {
-  std::set<std::string> texts;
-  for (const std::string& t : board.LegalMoveTexts())
-    if (!(t.size() == 5 && t[4] == 'b')) texts.insert(t);
-  return texts;
-}
-
-template <int Us>
-bool KingSafeAfter(Move m) {
-  static NodeRecord stack[4];
-  node_countdown = int64_t(1) << 62;  // no periodic check (it would read our input)
-  SavedState saved;
-  MakeMove<Us>(m, &saved, &stack[1]);
-  const bool safe = !harness::InCheck(Us);
-  UnmakeMove<Us>(m, &saved);
-  return safe;
-}
-
-bool KingSafeAfter(int side, Move m) { return side == WHITE ? KingSafeAfter<WHITE>(m) : KingSafeAfter<BLACK>(m); }
-
 struct Picked {
   std::vector<Move> words;
   std::vector<int> stages;
@@ -96,18 +70,6 @@ void Start(int side, MovePicker* p, int stage, Move first, Move second, int dept
   else StartPicker<BLACK>(p, stage, first, second, depth, delta, cut, budget);
 }
 
-// A legal move of the board in the form the hash table gives back, or 0.
-// Underpromotions never come back from the table; with `noPromotion` no
-// promotion at all is taken.
-Move HashFormMove(const Board& board, std::mt19937_64& rng, bool noPromotion) {
-  const auto moves = board.LegalMoves();
-  if (moves.empty()) return 0;
-  const auto& m = moves[rng() % moves.size()];
-  if (m.promotion && (noPromotion || m.promotion != reference::QUEEN)) return 0;
-  const Move word = Move(m.from) << 10 | Move(m.to);
-  return board.Side() == WHITE ? HashMoveToMove<WHITE>(word) : HashMoveToMove<BLACK>(word);
-}
-
 // An underpromotion that the capture list does not give: every rook one, and
 // a knight one unless the knight checks from its square.
 bool OmittedUnderpromotion(const Board& board, const std::string& text) {
@@ -134,7 +96,7 @@ struct Tally {
 // every text of `expected` comes exactly once; no legal text outside it.
 void CheckSet(const Board& board, const Picked& picked, const std::set<std::string>& expected,
               const std::string& where, Tally* tally) {
-  const std::set<std::string> legal = LegalTexts(board);
+  const std::set<std::string> legal = harness::ProducedLegalTexts(board);
   std::map<std::string, int> seen;
   for (const Move m : picked.words) {
     const std::string text = MoveToText(m);
@@ -142,7 +104,7 @@ void CheckSet(const Board& board, const Picked& picked, const std::set<std::stri
     if (legal.count(text)) {
       EXPECT_TRUE(expected.count(text)) << where << ": gave " << text << ", a move this stage leaves out";
     } else {
-      EXPECT_FALSE(KingSafeAfter(board.Side(), m)) << where << ": gave " << text << ", which is no legal move";
+      EXPECT_FALSE(harness::KingSafeAfter(board.Side(), m)) << where << ": gave " << text << ", which is no legal move";
       ++tally->illegalRejected;
     }
   }
@@ -188,13 +150,13 @@ void CheckPosition(const Board& board, std::mt19937_64& rng, Tally* tally) {
   ASSERT_EQ(SetPositionFromFen(fen.c_str()), 1) << fen;
   const int side = board.Side();
   ++tally->positions;
-  const std::set<std::string> legal = LegalTexts(board);
-  Stack stack;
+  const std::set<std::string> legal = harness::ProducedLegalTexts(board);
+  harness::NodeStack stack;
   NodeRecord* node = stack.node();
   stack.records[0].currentMove = rng() & 0x3fffffff;
-  const Move killer = HashFormMove(board, rng, false);
+  const Move killer = harness::HashFormMove(board, rng, false);
   node->killers[0] = killer;
-  node->killers[1] = HashFormMove(board, rng, false);
+  node->killers[1] = harness::HashFormMove(board, rng, false);
   static MovePicker picker;
 
   if (board.InCheck()) {
@@ -225,7 +187,7 @@ void CheckPosition(const Board& board, std::mt19937_64& rng, Tally* tally) {
   is_child = child;
 
   {  // Stage 4: hash move, captures, quiet moves, what was put off.
-    const Move first = HashFormMove(board, rng, false);
+    const Move first = harness::HashFormMove(board, rng, false);
     AttackMaps(node);
     Start(side, &picker, PICK_FIRST, first, 0, depth, delta, false, int(rng() % 2));
     const Picked picked = DrainSide(side, &picker, node);
@@ -241,10 +203,10 @@ void CheckPosition(const Board& board, std::mt19937_64& rng, Tally* tally) {
   }
 
   {  // Stage 11: three hash moves, captures, quiet moves, the put off, underpromotions.
-    Move first = HashFormMove(board, rng, false);
-    Move second = HashFormMove(board, rng, true);
+    Move first = harness::HashFormMove(board, rng, false);
+    Move second = harness::HashFormMove(board, rng, true);
     if (second && first && !((second ^ first) & MOVE_IDENTITY)) second = 0;
-    Move third = HashFormMove(board, rng, true);
+    Move third = harness::HashFormMove(board, rng, true);
     if (third && ((first && !((third ^ first) & MOVE_IDENTITY)) || (second && !((third ^ second) & MOVE_IDENTITY))))
       third = 0;
     tally->secondMoves += second != 0;
@@ -291,7 +253,7 @@ void CheckPosition(const Board& board, std::mt19937_64& rng, Tally* tally) {
   }
 
   {  // Stage 6 after the node's own capture list, the hash move left out there.
-    const Move first = HashFormMove(board, rng, false);
+    const Move first = harness::HashFormMove(board, rng, false);
     AttackMaps(node);
     Start(side, &picker, PICK_GOOD_CAPTURES, first, 0, depth, delta, false, 0);
     if (side == WHITE) MakeWideList<WHITE>(&picker, node, first);
@@ -304,7 +266,7 @@ void CheckPosition(const Board& board, std::mt19937_64& rng, Tally* tally) {
   }
 
   {  // Stage 27: the hash move, then no quiet move from a generator.
-    const Move first = HashFormMove(board, rng, false);
+    const Move first = harness::HashFormMove(board, rng, false);
     AttackMaps(node);
     Start(side, &picker, PICK_FAR_BELOW, first, 0, depth, delta, rng() & 1, 0);
     const Picked picked = DrainSide(side, &picker, node);
@@ -320,7 +282,7 @@ void CheckPosition(const Board& board, std::mt19937_64& rng, Tally* tally) {
       const std::string text = MoveToText(m);
       EXPECT_TRUE(given.insert(text).second) << where << ": " << text << " given twice";
       if (!legal.count(text)) {
-        EXPECT_FALSE(KingSafeAfter(side, m)) << where << ": " << text;
+        EXPECT_FALSE(harness::KingSafeAfter(side, m)) << where << ": " << text;
       }
       if (i == 0 && first) continue;
       const bool tactical = (m & (MOVE_VICTIM | MOVE_CHECK | THREAT_MARK)) || is_promotion(m);
@@ -396,7 +358,7 @@ std::vector<Move> QuietOrder(NodeRecord* node, int budget) {
 
 template <int Us>
 void CheckQuietOrder(std::mt19937_64& rng, int* checked) {
-  Stack stack;
+  harness::NodeStack stack;
   NodeRecord* node = stack.node();
   std::vector<Move> all;
   std::vector<Move> quiets = PlainQuiets<Us>(node, &all);
@@ -601,72 +563,52 @@ TEST_F(Learning, HistoryRisesTowardTheTopAndFallsByItsShare) {
 // within +-127; a capture's gain leaves the victim's worth out, and a piece's
 // capture teaches the victim's worth what the gain does not explain.
 TEST_F(Learning, GainFollowsThePositionalChangeInTheMoversView) {
-  const Move knight = TextToMove("f3g5", true);
-  int8_t& g = GainTable[WHITE][knight & 0xfcff];
-  g = 10;
-  records[0].currentMove = knight;
-  records[0].positionalScore = 100;
-  node->positionalScore = 150;
-  UpdateGain<BLACK>(node);
-  EXPECT_EQ(g, 30);
-  node->positionalScore = 75;
-  UpdateGain<BLACK>(node);
-  EXPECT_EQ(g, 3);  // 30 + trunc((-25 - 30) / 2)
-  for (const int32_t far : {5000, -5000}) {
-    node->positionalScore = far;
-    for (int i = 0; i < 20; ++i) UpdateGain<BLACK>(node);
-    EXPECT_EQ(g, far > 0 ? 127 : -127);
+  const char* white = "r3k2r/pppq1ppp/2n1bn2/3pp3/3PP3/2N1BN2/PPPQ1PPP/R3K2R w KQkq -";
+  const char* black = "r3k2r/pppq1ppp/2n1bn2/3pp3/3PP3/2N1BN2/PPPQ1PPP/R3K2R b KQkq -";
+  const struct {
+    const char* fen;
+    const char* move;  // nullptr: a null move led here
+    bool lazy;         // the parent's evaluation was approximate
+    int8_t gain;       // the move's entry before and after
+    int16_t worth;     // the pawn victim's entry before and after, where it takes one
+    int32_t before, after;  // positional scores, White's view, of parent and node
+    int8_t gainAfter;
+    int16_t worthAfter;
+  } rows[] = {
+      {white, "f3g5", false, 10, 0, 100, 150, 30, 0},
+      {white, "f3g5", false, 30, 0, 100, 75, 3, 0},  // 30 + trunc((-25 - 30) / 2)
+      {white, "f3g5", false, 120, 0, 100, 5000, 127, 0},
+      {white, "f3g5", false, -120, 0, 100, -5000, -127, 0},
+      {white, "d4e5", false, 0, -20, 0, 10, 15, -20},  // (10 - (-20)) / 2
+      {white, "c3d5", false, 6, 40, 0, -30, 6, 2},     // (-30 - 6 + 40) / 2
+      {black, "f6g4", false, -4, 0, 100, 60, 18, 0},   // a fall of White's view is Black's gain
+      // Nothing is learnt after a null move or from a lazy parent.
+      {white, nullptr, false, 0, 0, 0, 90, 0, 0},
+      {black, nullptr, false, 0, 0, 0, 90, 0, 0},
+      {white, "f3g5", true, 5, 0, 0, 90, 5, 0},
+      {white, "c3d5", true, 6, 40, 0, 90, 6, 40},
+  };
+  for (const auto& r : rows) {
+    SCOPED_TRACE(r.move ? r.move : "null move");
+    ASSERT_EQ(SetPositionFromFen(r.fen), 1);
+    const int side = sideToMove;
+    const Move m = r.move ? TextToMove(r.move, true) : 0;
+    GainTable[side][m & 0xfcff] = r.gain;
+    CaptureGainTable[side][CLASS_PAWN * 64 + move_to(m)] = r.worth;
+    // Every other entry stays as it was.
+    std::vector<int8_t> gains(&GainTable[0][0], &GainTable[0][0] + 2 * 65536);
+    std::vector<int16_t> worths(&CaptureGainTable[0][0], &CaptureGainTable[0][0] + 2 * 512);
+    gains[side * 65536 + (m & 0xfcff)] = r.gainAfter;
+    worths[side * 512 + CLASS_PAWN * 64 + move_to(m)] = r.worthAfter;
+    records[0].currentMove = m;
+    records[0].approximate = r.lazy;
+    records[0].positionalScore = r.before;
+    node->positionalScore = r.after;
+    if (side == WHITE) UpdateGain<BLACK>(node);
+    else UpdateGain<WHITE>(node);
+    EXPECT_TRUE(std::equal(gains.begin(), gains.end(), &GainTable[0][0]));
+    EXPECT_TRUE(std::equal(worths.begin(), worths.end(), &CaptureGainTable[0][0]));
   }
-
-  const Move pawn = TextToMove("d4e5", true);
-  int8_t& gp = GainTable[WHITE][pawn & 0xfcff];
-  int16_t& e = CaptureGainTable[WHITE][CLASS_PAWN * 64 + 36];
-  gp = 0;
-  e = -20;
-  records[0].currentMove = pawn;
-  records[0].positionalScore = 0;
-  node->positionalScore = 10;
-  UpdateGain<BLACK>(node);
-  EXPECT_EQ(gp, 15);  // (10 - (-20)) / 2
-  EXPECT_EQ(e, -20);
-  const Move takes = TextToMove("c3d5", true);
-  int8_t& gk = GainTable[WHITE][takes & 0xfcff];
-  int16_t& ek = CaptureGainTable[WHITE][CLASS_PAWN * 64 + 35];
-  gk = 6;
-  ek = 40;
-  records[0].currentMove = takes;
-  node->positionalScore = -30;
-  UpdateGain<BLACK>(node);
-  EXPECT_EQ(ek, 2);  // (-30 - 6 + 40) / 2
-  EXPECT_EQ(gk, 6);
-
-  // Black's move: a fall of White's view is Black's gain.
-  ASSERT_EQ(SetPositionFromFen("r3k2r/pppq1ppp/2n1bn2/3pp3/3PP3/2N1BN2/PPPQ1PPP/R3K2R b KQkq -"), 1);
-  const Move black = TextToMove("f6g4", true);
-  int8_t& gb = GainTable[BLACK][black & 0xfcff];
-  gb = -4;
-  records[0].currentMove = black;
-  records[0].positionalScore = 100;
-  node->positionalScore = 60;
-  UpdateGain<WHITE>(node);
-  EXPECT_EQ(gb, 18);  // -4 + 44 / 2
-}
-
-TEST_F(Learning, NoGainAfterANullMoveOrALazyParent) {
-  std::vector<int8_t> gain(&GainTable[0][0], &GainTable[0][0] + 2 * 65536);
-  std::vector<int16_t> captures(&CaptureGainTable[0][0], &CaptureGainTable[0][0] + 2 * 512);
-  records[0].currentMove = 0;
-  records[0].positionalScore = 0;
-  node->positionalScore = 90;
-  UpdateGain<BLACK>(node);
-  UpdateGain<WHITE>(node);
-  records[0].currentMove = TextToMove("f3g5", true);
-  records[0].approximate = 1;
-  UpdateGain<BLACK>(node);
-  records[0].currentMove = TextToMove("c3d5", true);
-  UpdateGain<BLACK>(node);
-  EXPECT_TRUE(std::equal(gain.begin(), gain.end(), &GainTable[0][0]));
-  EXPECT_TRUE(std::equal(captures.begin(), captures.end(), &CaptureGainTable[0][0]));
 }
 
 // ---------------------------------------------------------------------------

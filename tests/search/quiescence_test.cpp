@@ -77,37 +77,24 @@ class Quiescence : public testing::Test {
   }
 };
 
-TEST(QuiescenceWidth, StepsByTheGapBelowBeta) {
-  EXPECT_EQ(QuiesceWidth(0), 5);
-  EXPECT_EQ(QuiesceWidth(1), 3);
-  EXPECT_EQ(QuiesceWidth(42), 3);
-  EXPECT_EQ(QuiesceWidth(43), 2);
-  EXPECT_EQ(QuiesceWidth(90), 2);
-  EXPECT_EQ(QuiesceWidth(91), 1);
-  EXPECT_EQ(QuiesceWidth(169), 1);
-  EXPECT_EQ(QuiesceWidth(170), 0);
-  EXPECT_EQ(QuiesceWidth(65535), 0);
-}
-
-TEST_F(Quiescence, WinsAHangingRookAndDeclinesADefendedOne) {
-  // The queen takes the loose rook: about a rook more than the static score.
-  const std::string loose = "4k3/8/8/3r4/8/8/3Q4/4K3 w - -";
-  EXPECT_GT(Open(loose) - Static(loose), 350);
-  // Defended by a pawn, the rook is not worth the queen: the side stands pat.
-  const std::string guarded = "4k3/2p5/3r4/8/8/8/3Q4/4K3 w - -";
-  const int32_t s = Static(guarded);
-  const int32_t q = Open(guarded);
-  EXPECT_GE(q, s + 6);
-  EXPECT_LT(q, s + 100);
-}
-
-TEST_F(Quiescence, FollowsAnExchangeToItsEnd) {
-  // Pawn takes knight, the knight's defender takes back: a knight for a pawn.
-  // Below 250 over the static score the list still takes knights.
-  const std::string fen = "4k3/8/4p3/3n4/4P3/8/8/4K3 w - -";
-  const int32_t gain = Open(fen, 100, 250) - Static(fen);
-  EXPECT_GT(gain, 150);
-  EXPECT_LT(gain, 300);
+// What an open window around the static score gains: a loose rook about a
+// rook; a rook defended by a pawn is not worth the queen, so the side stands
+// pat; pawn takes knight, the knight's defender takes back: a knight for a
+// pawn (below 250 over the static score the list still takes knights).
+TEST_F(Quiescence, OpenWindowGainsWhatTheExchangesWin) {
+  const struct {
+    const char* fen;
+    int32_t below, above, least, under;
+  } rows[] = {
+      {"4k3/8/8/3r4/8/8/3Q4/4K3 w - -", 100, 450, 351, INF},
+      {"4k3/2p5/3r4/8/8/8/3Q4/4K3 w - -", 100, 450, 6, 100},
+      {"4k3/8/4p3/3n4/4P3/8/8/4K3 w - -", 100, 250, 151, 300},
+  };
+  for (const auto& r : rows) {
+    const int32_t gain = Open(r.fen, r.below, r.above) - Static(r.fen);
+    EXPECT_GE(gain, r.least) << r.fen;
+    EXPECT_LT(gain, r.under) << r.fen;
+  }
 }
 
 TEST_F(Quiescence, BothColoursAgreeOnAPositionAndItsFlip) {

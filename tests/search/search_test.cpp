@@ -272,19 +272,13 @@ INSTANTIATE_TEST_SUITE_P(
 constexpr const char* PERPETUAL = "6k1/6p1/8/8/8/1q6/r5PP/4Q2K w - -";
 constexpr const char* NO_PERPETUAL = "r5k1/6p1/8/8/8/1q6/6PP/4Q2K w - -";
 
-TEST_F(Search, PerpetualCheckScoresADrawForBothColours) {
+TEST_F(Search, PerpetualCheckScoresADrawAndWithoutItTheSameMaterialLoses) {
   for (const bool flip : {false, true}) {
     const std::string fen = flip ? FlipFen(PERPETUAL) : PERPETUAL;
     const SearchResult r = RunFen(fen, TACTIC_PLIES);
     EXPECT_EQ(r.score, 0) << fen;
     EXPECT_EQ(r.text, flip ? "e8e1" : "e1e8") << fen;
-  }
-}
-
-TEST_F(Search, WithoutThePerpetualTheSameMaterialLoses) {
-  for (const bool flip : {false, true}) {
-    const std::string fen = flip ? FlipFen(NO_PERPETUAL) : NO_PERPETUAL;
-    EXPECT_LT(RunFen(fen, TACTIC_PLIES).score, -300) << fen;
+    EXPECT_LT(RunFen(flip ? FlipFen(NO_PERPETUAL) : NO_PERPETUAL, TACTIC_PLIES).score, -300) << fen;
   }
 }
 

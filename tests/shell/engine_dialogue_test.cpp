@@ -2,8 +2,6 @@
 // replies on standard output, and how the process starts and ends.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
@@ -13,7 +11,6 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 using namespace quorl_test;
 using namespace std::string_literals;
 using Lines = std::vector<std::string>;
@@ -151,7 +148,8 @@ TEST(EngineDialogue, LinesAreAssembledAcrossWrites) {
 }
 
 // ---------------------------------------------------------------------------
-// The id block, and the name taken from the command line and the file name.
+// The id block, and the name taken from the command line (the unit table of
+// the names holds the forms of the file name).
 
 TEST(EngineDialogue, IdBlockForEveryFormOfTheWordAndTheNameFromTheCommandLine) {
   EngineProcess engine;
@@ -167,28 +165,6 @@ TEST(EngineDialogue, IdBlockForEveryFormOfTheWordAndTheNameFromTheCommandLine) {
   ASSERT_TRUE(numbered.send("uci\n"));
   EXPECT_EQ(ReadIdBlock(numbered), "Quorl 0 1 16");
   ExpectCleanEnd(numbered);
-}
-
-TEST(EngineDialogue, NameIsBuiltAroundTheProductWordOfTheFileName) {
-  std::string pattern = (fs::temp_directory_path() / "e2e-names-XXXXXX").string();
-  ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-  const fs::path dir = pattern;
-  const std::pair<const char*, const char*> cases[] = {
-      {"Grand Quorl 13 x64", "Grand Quorl 13 x64"},  // words on both sides stay
-      {"grand-quorl", "grand Quorl"},                // the character in front of the word goes
-      {"QUORL", "Quorl"},                            // the word is found in any case
-      {"fast_quorl_x", "fast Quorl x"},              // an underscore behind belongs to the word
-      {"Quorl 13.1.bin", "Quorl 13.1"},              // a version stays, an extension goes
-  };
-  for (const auto& [file, name] : cases) {
-    const fs::path target = dir / file;
-    fs::copy_file(QUORL_BINARY, target, fs::copy_options::overwrite_existing);
-    EngineProcess engine(target.string());
-    ASSERT_TRUE(engine.send("uci\n")) << file;
-    EXPECT_EQ(ReadIdBlock(engine), name) << file;
-    ExpectCleanEnd(engine);
-  }
-  fs::remove_all(dir);
 }
 
 // ---------------------------------------------------------------------------

@@ -16,7 +16,7 @@ char SwapCase(char c) {
 
 std::string FlipFen(const std::string& fen) {
   std::istringstream in(fen);
-  std::string placement, side, castling, ep;
+  std::string placement, side, castling = "-", ep = "-";
   in >> placement >> side >> castling >> ep;
   std::vector<std::string> ranks;
   std::stringstream rows(placement);
@@ -35,3 +35,22 @@ std::string FlipFen(const std::string& fen) {
   return flipped + (side == "w" ? " b " : " w ") + rights + " " + ep;
 }
 
+std::string PlacementFen(const char* squares) {
+  std::string fen;
+  for (int rank = 7; rank >= 0; --rank) {
+    int run = 0;
+    for (int file = 0; file < 8; ++file) {
+      const char c = squares[rank * 8 + file];
+      if (c == '.') {
+        ++run;
+        continue;
+      }
+      if (run) fen += char('0' + run);
+      run = 0;
+      fen += c;
+    }
+    if (run) fen += char('0' + run);
+    if (rank) fen += '/';
+  }
+  return fen;
+}

@@ -7,3 +7,7 @@
 #include <string>
 
 std::string FlipFen(const std::string& fen);
+
+// The placement field of a FEN from 64 characters, a1 first: FEN letters for
+// men, '.' for an empty square.
+std::string PlacementFen(const char* squares);
