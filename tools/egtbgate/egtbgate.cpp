@@ -30,8 +30,9 @@ int CompressionOf(const std::string& folders) {
     if (DIR* d = opendir(folders.substr(start, end - start).c_str())) {
       while (const dirent* e = readdir(d))
         if (const char* suffix = std::strstr(e->d_name, ".gtb.cp"); suffix && suffix[7] >= '1' && suffix[7] <= '4') {
+          const int scheme = suffix[7] - '0';  // read before closedir frees the entry
           closedir(d);
-          return suffix[7] - '0';
+          return scheme;
         }
       closedir(d);
     }
