@@ -51,8 +51,6 @@ Bitboard king_reference(int s) {
   return squares_where(s, [](int df, int dr) { return std::max(std::abs(df), std::abs(dr)) == 1; });
 }
 
-constexpr Bitboard RANK_1 = 0xffull, RANK_8 = RANK_1 << 56;
-
 }  // namespace
 
 // ---------------------------------------------------------------------------
@@ -139,26 +137,5 @@ TEST(AttackLinePairs, EveryPairFollowsTheGeometry) {
         ASSERT_EQ(p.ray, 0u) << a << "-" << b;
       }
     }
-  }
-}
-
-// ---------------------------------------------------------------------------
-// Whole-board pawn attacks against the union of the single-square patterns.
-
-TEST(AttackPawnIdioms, EqualTheUnionOfPerSquarePatterns) {
-  std::mt19937_64 rng(7);
-  for (int i = 0; i < 20000; ++i) {
-    Bitboard pawns = rng();
-    if (i % 3 == 0) pawns &= rng() & rng();  // sparse sets as well
-    if (i % 5 == 0) pawns |= FILE_A | FILE_H | RANK_1 | RANK_8;  // every edge square
-    if (i < 64) pawns = Bitboard(1) << i;
-    Bitboard white = 0, black = 0;
-    for (Bitboard p = pawns; p; p &= p - 1) {
-      const int s = __builtin_ctzll(p);
-      white |= BLACK_PAWN_SOURCES[s];  // what a white pawn on s attacks
-      black |= WHITE_PAWN_SOURCES[s];
-    }
-    ASSERT_EQ(WhitePawnAttacks(pawns), white) << std::hex << pawns;
-    ASSERT_EQ(BlackPawnAttacks(pawns), black) << std::hex << pawns;
   }
 }

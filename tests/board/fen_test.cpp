@@ -44,11 +44,9 @@ TEST(FenParser, TextsReadAsTheyAreWrittenBack) {
       {"8/8/8/8/8/8/8/K6k w - - 57 143", "8/8/8/8/8/8/8/K6k w - -"},
       // Black only for a lower-case b.
       {"8/8/8/8/8/8/8/K6k B - -", "8/8/8/8/8/8/8/K6k w - -"},
-      {"8/8/8/8/8/8/8/K6k W - -", "8/8/8/8/8/8/8/K6k w - -"},
       // Rights are read in KQkq order only.
       {"r3k2r/8/8/8/8/8/8/R3K2R w Kq -", nullptr},
       {"r3k2r/8/8/8/8/8/8/R3K2R w QK -", "r3k2r/8/8/8/8/8/8/R3K2R w Q -"},
-      {"r3k2r/8/8/8/8/8/8/R3K2R w kK -", "r3k2r/8/8/8/8/8/8/R3K2R w k -"},
       {"r3k2r/8/8/8/8/8/8/R3K2R w qkQK -", "r3k2r/8/8/8/8/8/8/R3K2R w q -"},
       // The en-passant square stays only where a pawn can take on it.
       {"4k3/8/8/3p4/8/8/8/4K3 w - d6", "4k3/8/8/3p4/8/8/8/4K3 w - -"},

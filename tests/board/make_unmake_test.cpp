@@ -1,5 +1,5 @@
 // Make and unmake of the search against the reference board and the
-// from-scratch words, over random games and on the rule edge cases.
+// from-scratch words, over random games.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -19,7 +19,6 @@
 #include "clock/node_count.h"
 #include "eval/node_record.h"
 #include "eval/piece_square.h"
-#include "support/quiet_input.h"
 
 namespace {
 
@@ -28,10 +27,10 @@ using reference::RefMove;
 // Distinct adjust steps, so that a wrong index shows in materialAdjust.
 constexpr int32_t TEST_ADJUST_STEPS[12] = {3, -5, 70, -110, 130, -170, 190, -230, 290, -310, 370, -410};
 
-// Every test here starts with the node count far from a block end, so that no
-// make reaches the periodic check (which reads standard input) unless a test
-// asks for it, and leaves the adjust steps at zero.
-class MakeFixture : public ::testing::Test {
+// The node count starts far from a block end, so that no make reaches the
+// periodic check (which reads standard input; the search dialogues show that
+// it runs), and the adjust steps are left at zero.
+class MakeUnmake : public ::testing::Test {
  protected:
   void SetUp() override {
     node_countdown = int64_t(1) << 40;
@@ -42,8 +41,6 @@ class MakeFixture : public ::testing::Test {
     reset_node_count();
   }
 };
-using MakeUnmake = MakeFixture;
-using MakeNodeCount = MakeFixture;
 
 // --- Colour dispatch for the tests --------------------------------------------
 
@@ -365,43 +362,6 @@ TEST_F(MakeUnmake, EveryLegalMoveOfRandomGamesMakesExactlyAndUnmakesToTheSameRec
   EXPECT_GT(seen.doublePushesWithEp, 20);
   EXPECT_GT(seen.doublePushesWithoutEp, 20);
   EXPECT_GT(seen.rightsLostByCapture, 5);
-}
-
-// --- Node counting ------------------------------------------------------------------
-
-// Node counting per make is followed in the random games above; here the
-// end of a block.
-TEST_F(MakeNodeCount, WhitesFullMakeRunsThePeriodicCheckWhenTheBlockEnds) {
-  quorl_test::KeepInputOpenAndEmpty();
-  ASSERT_EQ(SetPositionFromFen(START_FEN), 1);
-  SavedState saved;
-  NodeRecord node{};
-  const Move e4 = TextToMove("e2e4", true), e5 = TextToMove("e7e5", true);
-
-  // The quiet make counts the last node of a block but does not check.
-  node_blocks = 5;
-  node_countdown = 1;
-  MakeQuiet<WHITE>(e4, &saved, &node);
-  EXPECT_EQ(node_countdown, 0);
-  EXPECT_EQ(node_blocks, 5u);
-  UnmakeQuiet<WHITE>(e4, &saved);
-
-  // Black's make neither counts nor checks.
-  ASSERT_EQ(SetPositionFromFen("rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq -"), 1);
-  MakeMove<BLACK>(e5, &saved, &node);
-  EXPECT_EQ(node_countdown, 0);
-  EXPECT_EQ(node_blocks, 5u);
-  UnmakeMove<BLACK>(e5, &saved);
-
-  // White's full make opens the next block.
-  ASSERT_EQ(SetPositionFromFen(START_FEN), 1);
-  node_countdown = 1;
-  MakeMove<WHITE>(e4, &saved, &node);
-  EXPECT_EQ(node_blocks, 6u);
-  EXPECT_EQ(node_countdown, NODE_BLOCK);
-  EXPECT_EQ(counted_nodes(), 5u * NODE_BLOCK);
-  EXPECT_EQ(position.board[28], PIECE_WORDS[WHITE_PAWN]);
-  UnmakeMove<WHITE>(e4, &saved);
 }
 
 }  // namespace

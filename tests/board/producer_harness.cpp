@@ -13,21 +13,6 @@ namespace harness {
 namespace {
 
 template <int Us>
-Bitboard RunCaptureList(int variant, Move* list, NodeRecord* node, Move hashMove, int row) {
-  const Bitboard targets = position.colourBits[Us ^ 1];
-  switch (variant) {
-    case QUIESCE_NARROW: return CaptureList<Us, QUIESCE_NARROW>(list, targets, node, hashMove, row);
-    case QUIESCE_MIDDLE: return CaptureList<Us, QUIESCE_MIDDLE>(list, targets, node, hashMove, row);
-    case QUIESCE_WIDE: return CaptureList<Us, QUIESCE_WIDE>(list, targets, node, hashMove, row);
-    case CAPTURES_NARROW: return CaptureList<Us, CAPTURES_NARROW>(list, targets, node, hashMove, row);
-    case CAPTURES_WIDE: return CaptureList<Us, CAPTURES_WIDE>(list, targets, node, hashMove, row);
-    case RESTRICTED_HIGH: return CaptureList<Us, RESTRICTED_HIGH>(list, targets, node, hashMove, row);
-    case RESTRICTED_MIDDLE: return CaptureList<Us, RESTRICTED_MIDDLE>(list, targets, node, hashMove, row);
-    default: return CaptureList<Us, RESTRICTED_LOW>(list, targets, node, hashMove, row);
-  }
-}
-
-template <int Us>
 int Produce(Move* list, int variant, NodeRecord* node, Move hashMove, int row) {
   Move* start = list;
   *list = 0;
@@ -37,7 +22,7 @@ int Produce(Move* list, int variant, NodeRecord* node, Move hashMove, int row) {
     if (hashMove) *list++ = hashMove;
     *list = 0;
     AttackMaps(node);
-    RunCaptureList<Us>(variant, list, node, hashMove, row);
+    RunCaptureList<Us>(variant, list, position.colourBits[Us ^ 1], node, hashMove, row);
     GenerateQuiets<Us>(list, node, row);
     GenerateUnderpromotions<Us>(list, node);
   }

@@ -11,6 +11,7 @@
 
 #include "board/reference_moves.h"
 #include "board/types.h"
+#include "eval/capture_lists.h"
 #include "eval/node_record.h"
 
 namespace harness {
@@ -20,6 +21,21 @@ struct NodeStack {
   NodeRecord records[4] = {};
   NodeRecord* node() { return &records[1]; }
 };
+
+// The capture list maker of `variant`, picked at run time.
+template <int Us>
+Bitboard RunCaptureList(int variant, Move* list, Bitboard targets, NodeRecord* node, Move hashMove, int row) {
+  switch (variant) {
+    case QUIESCE_NARROW: return CaptureList<Us, QUIESCE_NARROW>(list, targets, node, hashMove, row);
+    case QUIESCE_MIDDLE: return CaptureList<Us, QUIESCE_MIDDLE>(list, targets, node, hashMove, row);
+    case QUIESCE_WIDE: return CaptureList<Us, QUIESCE_WIDE>(list, targets, node, hashMove, row);
+    case CAPTURES_NARROW: return CaptureList<Us, CAPTURES_NARROW>(list, targets, node, hashMove, row);
+    case CAPTURES_WIDE: return CaptureList<Us, CAPTURES_WIDE>(list, targets, node, hashMove, row);
+    case RESTRICTED_HIGH: return CaptureList<Us, RESTRICTED_HIGH>(list, targets, node, hashMove, row);
+    case RESTRICTED_MIDDLE: return CaptureList<Us, RESTRICTED_MIDDLE>(list, targets, node, hashMove, row);
+    default: return CaptureList<Us, RESTRICTED_LOW>(list, targets, node, hashMove, row);
+  }
+}
 
 // Every move word the node would produce for the side to move on the global
 // position: out of check the hash move first when given (a full word from

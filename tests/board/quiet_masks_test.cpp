@@ -1,5 +1,5 @@
-// Masks of the limited quiet lists: the colour flip, and which row each
-// material stage selects (the generator checks the entries themselves).
+// Masks of the limited quiet lists: which row each material stage selects
+// (the generator writes the entries and Black's rank-flipped copies).
 #include "board/quiet_masks.h"
 
 #include <gtest/gtest.h>
@@ -17,13 +17,7 @@ namespace {
 // have run a selection.
 const QuietMasks kMasksAtStartup[2] = {quiet_masks[WHITE], quiet_masks[BLACK]};
 
-// Rank flip bit by bit, apart from the program's own.
-Bitboard Flip(Bitboard b) {
-  Bitboard out = 0;
-  for (int s = 0; s < 64; ++s)
-    if (b >> s & 1) out |= Bitboard(1) << ((7 - s / 8) * 8 + s % 8);
-  return out;
-}
+Bitboard Flip(Bitboard b) { return __builtin_bswap64(b); }  // ranks reversed
 
 constexpr int ROW_UNDER_6 = 0, ROW_6_TO_11 = 1, ROW_12_TO_17 = 2, ROW_18_ON = 3;
 
@@ -31,56 +25,31 @@ const Bitboard kKnightOrigins[4] = {0xffc3818181818181ull, 0xffe78181c3e7c3ffull
                                     0xffe742e7ffffe7c3ull};
 const Bitboard kPawnOrigins[4] = {0xffffff000000ull, 0xffffff000000ull, 0xffff18000000ull, 0xff3c00000000ull};
 
-TEST(QuietMasks, BlackTablesAreRankFlipsOfWhite) {
-  for (int s = 0; s < 64; ++s) {
-    const int mirror = (7 - s / 8) * 8 + s % 8;
-    for (int row = 0; row < QUIET_STAGE_ROWS; ++row) {
-      EXPECT_EQ(QUIET_KNIGHT_TARGETS[BLACK][row][mirror], Flip(QUIET_KNIGHT_TARGETS[WHITE][row][s]))
-          << "row " << row << " square " << s;
-      EXPECT_EQ(QUIET_KING_TARGETS[BLACK][row][mirror], Flip(QUIET_KING_TARGETS[WHITE][row][s]))
-          << "row " << row << " square " << s;
-    }
-    for (int row = 0; row < GAIN_KNIGHT_ROWS; ++row)
-      EXPECT_EQ(GAIN_KNIGHT_TARGETS[BLACK][row][mirror], Flip(GAIN_KNIGHT_TARGETS[WHITE][row][s]))
-          << "gain row " << row << " square " << s;
-  }
-}
-
-// A selection's masks for one colour must be exactly those of `row` and `gainRow`.
-void ExpectRow(int stage, int row, int gainRow) {
-  SelectQuietMasks(stage);
+// The masks in force, for both colours, must be exactly those of `row` and
+// `gainRow`.
+void ExpectRow(const QuietMasks (&masks)[2], int row, int gainRow, const std::string& where) {
   for (int c = 0; c < 2; ++c) {
-    const QuietMasks& m = quiet_masks[c];
-    const std::string where = "stage " + std::to_string(stage) + " colour " + std::to_string(c);
-    EXPECT_EQ(m.knightOrigins, c == WHITE ? kKnightOrigins[row] : Flip(kKnightOrigins[row])) << where;
-    EXPECT_EQ(m.pawnOrigins, c == WHITE ? kPawnOrigins[row] : Flip(kPawnOrigins[row])) << where;
-    EXPECT_EQ(m.knightTargets, QUIET_KNIGHT_TARGETS[c][row]) << where;
-    EXPECT_EQ(m.kingTargets, QUIET_KING_TARGETS[c][row]) << where;
-    EXPECT_EQ(m.gainKnightTargets, GAIN_KNIGHT_TARGETS[c][gainRow]) << where;
+    const QuietMasks& m = masks[c];
+    SCOPED_TRACE(where + " colour " + std::to_string(c));
+    EXPECT_EQ(m.knightOrigins, c == WHITE ? kKnightOrigins[row] : Flip(kKnightOrigins[row]));
+    EXPECT_EQ(m.pawnOrigins, c == WHITE ? kPawnOrigins[row] : Flip(kPawnOrigins[row]));
+    EXPECT_EQ(m.knightTargets, QUIET_KNIGHT_TARGETS[c][row]);
+    EXPECT_EQ(m.kingTargets, QUIET_KING_TARGETS[c][row]);
+    EXPECT_EQ(m.gainKnightTargets, GAIN_KNIGHT_TARGETS[c][gainRow]);
   }
 }
 
-TEST(QuietMasks, StartsWithTheRowOf18AndOver) {
-  for (int c = 0; c < 2; ++c) {
-    const QuietMasks& m = kMasksAtStartup[c];
-    EXPECT_EQ(m.knightOrigins, c == WHITE ? kKnightOrigins[ROW_18_ON] : Flip(kKnightOrigins[ROW_18_ON]));
-    EXPECT_EQ(m.pawnOrigins, c == WHITE ? kPawnOrigins[ROW_18_ON] : Flip(kPawnOrigins[ROW_18_ON]));
-    EXPECT_EQ(m.knightTargets, QUIET_KNIGHT_TARGETS[c][ROW_18_ON]);
-    EXPECT_EQ(m.kingTargets, QUIET_KING_TARGETS[c][ROW_18_ON]);
-    EXPECT_EQ(m.gainKnightTargets, GAIN_KNIGHT_TARGETS[c][1]);
-  }
-}
-
+// The program starts with the row of 18 and over; each selection follows the
+// stage boundaries.
 TEST(QuietMasks, SelectionFollowsTheStageBoundaries) {
-  ExpectRow(0, ROW_UNDER_6, 0);
-  ExpectRow(5, ROW_UNDER_6, 0);
-  ExpectRow(6, ROW_6_TO_11, 0);
-  ExpectRow(11, ROW_6_TO_11, 0);
-  ExpectRow(12, ROW_12_TO_17, 1);
-  ExpectRow(17, ROW_12_TO_17, 1);
-  ExpectRow(18, ROW_18_ON, 1);
-  ExpectRow(24, ROW_18_ON, 1);
-  ExpectRow(40, ROW_18_ON, 1);
+  ExpectRow(kMasksAtStartup, ROW_18_ON, 1, "at startup");
+  const int rows[][3] = {{0, ROW_UNDER_6, 0},    {5, ROW_UNDER_6, 0},  {6, ROW_6_TO_11, 0},
+                         {11, ROW_6_TO_11, 0},   {12, ROW_12_TO_17, 1}, {17, ROW_12_TO_17, 1},
+                         {18, ROW_18_ON, 1},     {24, ROW_18_ON, 1},   {40, ROW_18_ON, 1}};
+  for (const auto& [stage, row, gainRow] : rows) {
+    SelectQuietMasks(stage);
+    ExpectRow(quiet_masks, row, gainRow, "stage " + std::to_string(stage));
+  }
   SelectQuietMasks(24);
 }
 

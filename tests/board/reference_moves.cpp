@@ -241,34 +241,21 @@ int Board::Count(int man) const {
 bool Board::IsAttacked(int square, int byColour) const {
   const int s = sign_of(byColour);
   const int at = MAILBOX64[square];
+  // The man one step away (EMPTY off the board), and the first man along a line.
+  auto stepped = [&](int step) { return MAILBOX120[at + step] >= 0 ? int(squares_[MAILBOX120[at + step]]) : 0; };
+  auto slid = [&](int step) {
+    for (int i = at + step; MAILBOX120[i] >= 0; i += step)
+      if (squares_[MAILBOX120[i]] != EMPTY) return int(squares_[MAILBOX120[i]]);
+    return 0;
+  };
   // A white pawn attacks one rank up, so its attackers stand one rank down.
-  for (int step : {-s * 9, -s * 11}) {
-    int from = MAILBOX120[at + step];
-    if (from >= 0 && squares_[from] == s * PAWN) return true;
-  }
-  for (int step : KNIGHT_STEPS) {
-    int from = MAILBOX120[at + step];
-    if (from >= 0 && squares_[from] == s * KNIGHT) return true;
-  }
-  for (int step : KING_STEPS) {
-    int from = MAILBOX120[at + step];
-    if (from >= 0 && squares_[from] == s * KING) return true;
-  }
-  for (int step : DIAGONAL_STEPS) {
-    for (int i = at + step; MAILBOX120[i] >= 0; i += step) {
-      int man = squares_[MAILBOX120[i]];
-      if (man == EMPTY) continue;
-      if (man == s * BISHOP || man == s * QUEEN) return true;
-      break;
-    }
-  }
-  for (int step : STRAIGHT_STEPS) {
-    for (int i = at + step; MAILBOX120[i] >= 0; i += step) {
-      int man = squares_[MAILBOX120[i]];
-      if (man == EMPTY) continue;
-      if (man == s * ROOK || man == s * QUEEN) return true;
-      break;
-    }
+  for (int step : {-s * 9, -s * 11})
+    if (stepped(step) == s * PAWN) return true;
+  for (int k = 0; k < 8; ++k)
+    if (stepped(KNIGHT_STEPS[k]) == s * KNIGHT || stepped(KING_STEPS[k]) == s * KING) return true;
+  for (int k = 0; k < 4; ++k) {
+    const int diagonal = slid(DIAGONAL_STEPS[k]), straight = slid(STRAIGHT_STEPS[k]);
+    if (diagonal == s * BISHOP || straight == s * ROOK || diagonal == s * QUEEN || straight == s * QUEEN) return true;
   }
   return false;
 }

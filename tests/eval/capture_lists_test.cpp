@@ -16,6 +16,7 @@
 #include "board/move.h"
 #include "board/move_producers.h"
 #include "board/position.h"
+#include "board/producer_harness.h"
 #include "eval/attack_maps.h"
 #include "eval/capture_lists.h"
 #include "eval/node_record.h"
@@ -33,20 +34,6 @@ constexpr int ALL_VARIANTS[] = {QUIESCE_NARROW,  QUIESCE_MIDDLE, QUIESCE_WIDE,  
 // A victim class in the word, and nothing else in its field.
 constexpr Move Victim(int cls) { return Move(cls) << 27; }
 constexpr Move NotVictim(int cls) { return Move(7 ^ cls) << 27; }
-
-template <int Us>
-Bitboard RunVariant(int variant, Move* list, Bitboard targets, NodeRecord* node, Move hash) {
-  switch (variant) {
-    case QUIESCE_NARROW: return CaptureList<Us, QUIESCE_NARROW>(list, targets, node, hash, 0);
-    case QUIESCE_MIDDLE: return CaptureList<Us, QUIESCE_MIDDLE>(list, targets, node, hash, 0);
-    case QUIESCE_WIDE: return CaptureList<Us, QUIESCE_WIDE>(list, targets, node, hash, 0);
-    case CAPTURES_NARROW: return CaptureList<Us, CAPTURES_NARROW>(list, targets, node, hash, 0);
-    case CAPTURES_WIDE: return CaptureList<Us, CAPTURES_WIDE>(list, targets, node, hash, 0);
-    case RESTRICTED_HIGH: return CaptureList<Us, RESTRICTED_HIGH>(list, targets, node, hash, 0);
-    case RESTRICTED_MIDDLE: return CaptureList<Us, RESTRICTED_MIDDLE>(list, targets, node, hash, 0);
-    default: return CaptureList<Us, RESTRICTED_LOW>(list, targets, node, hash, 0);
-  }
-}
 
 // What one list maker call left: the words and the node record.
 struct Listing {
@@ -76,7 +63,7 @@ Listing MakeList(int variant, Bitboard targets, Move hash = 0, Move parentMove =
   Move list[256];
   std::fill(std::begin(list), std::end(list), ~Move(0));
   Listing out;
-  out.returned = RunVariant<Us>(variant, list, targets, node, hash);
+  out.returned = harness::RunCaptureList<Us>(variant, list, targets, node, hash, 0);
   size_t n = 0;
   while (n < 256 && list[n] != 0) ++n;
   EXPECT_LT(n, 256u) << "no terminator";

@@ -78,23 +78,6 @@ uint64_t Signature(const Material& m) {
   return s;
 }
 
-TEST(MaterialTable, IndexAgreesWithTheSignatureOfTheBoardCore) {
-  // The low 17 bits of a signature summed from the board core's steps are the
-  // index built here; the black queen moves nothing.
-  for (int bq = 0; bq < 2; ++bq)
-    ForEachRow([&](int q, const Men& w, const Men& b) {
-      if ((w.pawns + b.pawns + w.knights) % 5 != 0) return;  // a spread sample keeps it fast
-      Material m;
-      m.whiteQueens = q;
-      m.blackQueens = bq;
-      m.white = w;
-      m.black = b;
-      m.whiteLight = w.bishops;
-      m.blackDark = b.bishops;
-      ASSERT_EQ(int(Signature(m) & 0x1ffff), Index(q, w, b)) << Describe(q, w, b);
-    });
-}
-
 // The reference rows and the colour exchange are checked by the table's
 // generator; here a rule every row obeys.
 TEST(MaterialTable, EqualPiecesDependOnThePawnDifferenceOnly) {
@@ -149,13 +132,6 @@ TEST(MaterialValue, AddsTableAdjustAndNominalBalance) {
 }
 
 // --- Scale table -----------------------------------------------------------------
-
-TEST(ScaleScore, BareKingsKeepTheTempo) {
-  // Tempo 44 in the endgame half, over 10 is 4, scaled by 192 / 128.
-  const uint64_t bare = MATERIAL_SIGNATURE_BASE;
-  EXPECT_EQ(ScaleScore(4, bare), 6);
-  EXPECT_EQ(ScaleScore(-4, bare), -6);
-}
 
 TEST(ScaleScore, ReadsBitsFromThirtyFourAndTruncatesTowardZero) {
   Material opposite;

@@ -1,7 +1,7 @@
-// The piece, king safety and passed pawn terms of the evaluation: the tables
-// left to the build (key squares, knight king tables) against their telling
-// rows and the direct bit test, and worked sums of small positions added up
-// by hand from the term values as stated.
+// The piece, king safety and passed pawn terms of the evaluation: the bishop
+// key-square rows against their telling rows (the generator checks the
+// multipliers and the knight rows itself), and worked sums of small positions
+// added up by hand from the term values as stated.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -31,34 +31,6 @@ int SlotOf(uint64_t multiplier, int square) {
 }
 
 // --- Key-square tables --------------------------------------------------------------
-
-TEST(KeySquares, MultipliersMatchTheDirectBitTestOverEveryReachableSubset) {
-  for (int colour = 0; colour < 2; ++colour)
-    for (int sq = 0; sq < 64; ++sq) {
-      for (int piece = 0; piece < 2; ++piece) {
-        const uint64_t mult = piece == 0 ? BISHOP_KEY_MULTIPLIER[colour][sq] : KNIGHT_KEY_MULTIPLIER[colour][sq];
-        const Bitboard reach = piece == 0 ? BISHOP_RAYS[sq] : KNIGHT_ATTACKS[sq];
-        // The key squares: the reachable squares that set a bit alone.
-        int slotSquare[4] = {-1, -1, -1, -1};
-        for (Bitboard b = reach; b; b &= b - 1) {
-          const int s = __builtin_ctzll(b);
-          const uint32_t p = KeyPattern(Bitboard(1) << s, mult);
-          if (!p) continue;
-          ASSERT_EQ(__builtin_popcount(p), 1) << "square " << s << " sets one bit";
-          ASSERT_EQ(slotSquare[__builtin_ctz(p)], -1) << "one square per bit";
-          slotSquare[__builtin_ctz(p)] = s;
-        }
-        Bitboard sub = 0;
-        do {
-          uint32_t direct = 0;
-          for (int j = 0; j < 4; ++j)
-            if (slotSquare[j] >= 0 && (sub >> slotSquare[j] & 1)) direct |= 1u << j;
-          ASSERT_EQ(KeyPattern(sub, mult), direct) << "colour " << colour << " square " << sq << " piece " << piece;
-          sub = (sub - reach) & reach;
-        } while (sub);
-      }
-    }
-}
 
 // Value of the bishop's pattern with only the key square `key` present.
 Halves BishopKey(int colour, const char* origin, const char* key) {
