@@ -506,6 +506,30 @@ TEST_F(Learning, CreditMoveKeepsTheKillersAndTheCounterPair) {
   EXPECT_GT(HistoryEntry(0, b), h);
 }
 
+// History climbs toward its top without passing it and falls by a share of
+// its value; the entries of the other row and the other check half stay.
+TEST_F(Learning, HistoryRisesTowardTheTopAndFallsByItsShare) {
+  const Move a = TextToMove("f3h4", true);
+  const uint16_t otherRow = HistoryEntry(0, a);
+  uint16_t& h = HistoryEntry(1, a);
+  h = 0;
+  for (int i = 0; i < 2000; ++i) {
+    const uint16_t last = h;
+    CreditMove(a, 30, node, 1);
+    ASSERT_GE(h, last);
+  }
+  EXPECT_LT(h, 32765);
+  EXPECT_GT(h, 32700);
+  EXPECT_EQ(HistoryEntry(0, a), otherRow);
+  const Move p = TextToMove("a2a3", true) | MOVE_CHECK;
+  const uint16_t plain = HistoryEntry(0, p & ~MOVE_CHECK);
+  HistoryEntry(0, p) = 20000;
+  HistoryMalus(p, 60, 0);
+  EXPECT_LT(HistoryEntry(0, p), 20000);
+  EXPECT_GT(HistoryEntry(0, p), 10000);
+  EXPECT_EQ(HistoryEntry(0, p & ~MOVE_CHECK), plain);
+}
+
 // UpdateGain runs at the node after the move: the entry of the move moves
 // half way toward the change of the positional score in the mover's view,
 // within +-127; a capture's gain leaves the victim's worth out, and a piece's
