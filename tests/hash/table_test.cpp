@@ -164,12 +164,12 @@ TEST_F(HashTable, EveryStoreFollowsTheReplacementRules) {
 
 // --- Dates ---------------------------------------------------------------------
 
-TEST_F(HashTable, DateAdvancesModuloFourAndStoresCarryIt) {
+TEST_F(HashTable, DateAdvancesModuloFourAndTheScoresFollow) {
   SetHashDate(0);
   for (uint64_t want : {64, 128, 192, 0, 64}) {
     AdvanceHashDate();
     EXPECT_EQ(HashDate, want);
-    EXPECT_EQ(ReplacementScore[want + 0], 508);  // today's scores follow
+    EXPECT_EQ(ReplacementScore[want], 508);  // today's scores follow
   }
 }
 
