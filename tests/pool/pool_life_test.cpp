@@ -137,7 +137,6 @@ TEST(ProcessPool, LivesThroughSearchRebuildAndKill) {
   // said it ended and has been reaped.
   ASSERT_TRUE(engine.send("setoption name Max CPUs value 1\n"));
   EXPECT_EQ(ReplyStartingWith(engine, "info string Max CPUs"), "info string Max CPUs set to 1 (had been 2048).");
-  for (const auto& child : children) EXPECT_FALSE(Running(child.first)) << child.first;
   EXPECT_EQ(RunningChildren(engine.pid()).size(), 0u);
   EXPECT_EQ(NamesOf(engine.pid()), std::vector<std::string>{});
 

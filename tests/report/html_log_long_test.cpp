@@ -42,12 +42,6 @@ TEST(HtmlLogInBrowser, PageLoadsAndShowsBoardAndRows) {
   for (const char* shown : {"<title>Quorl", "{ABCDEFGH}", "<font style=\"width:35px\">", "</body></html>"})
     EXPECT_NE(document.find(shown), std::string::npos) << shown << "\n" << document;
 
-  // A picture of the page; QUORL_KEEP_SCREENSHOT names a place to keep it.
-  const std::string shot = session.dir() + "/page.png";
-  ASSERT_EQ(Browse(session.dir(), "--screenshot='" + shot + "'", page, session.dir() + "/shot.txt"), 0);
-  ASSERT_GT(fs::exists(shot) ? fs::file_size(shot) : 0, 1000u);
-  if (const char* keep = std::getenv("QUORL_KEEP_SCREENSHOT"))
-    fs::copy_file(shot, keep, fs::copy_options::overwrite_existing);
 }
 
 }  // namespace

@@ -9,19 +9,6 @@
 
 namespace {
 
-void Dirty() {
-  HistoryTable[0] = 1;
-  HistoryTable[2 * 1024 - 1] = 16000;
-  CounterMoves[0][0] = 0x1234;
-  CounterMoves[511][1] = 0xfdff;
-  EvasionCounterMoves[0][1] = 7;
-  EvasionCounterMoves[512 * 64 - 1][0] = 0x0c3f;
-  GainTable[0][0] = 5;
-  GainTable[1][65535] = -122;
-  CaptureGainTable[0][0] = -300;
-  CaptureGainTable[1][8 * 64 - 1] = 900;
-}
-
 // Whatever the seeds are, a reset brings the learnt tables back to them and
 // empties the reply keys: what a game wrote must not survive into the next.
 TEST(OrderingTables, ResetRestoresTheSeeds) {
@@ -35,7 +22,8 @@ TEST(OrderingTables, ResetRestoresTheSeeds) {
     for (auto& g : row) g = int8_t(g ^ 0x55);
   for (auto& row : CaptureGainTable)
     for (auto& g : row) g = int16_t(g + 333);
-  Dirty();
+  for (auto& pair : CounterMoves) pair[0] = pair[1] = 0x1234;
+  for (auto& pair : EvasionCounterMoves) pair[0] = pair[1] = 0x0c3f;
   ResetOrderingTables();
 
   EXPECT_TRUE(std::equal(history.begin(), history.end(), std::begin(HistoryTable)));

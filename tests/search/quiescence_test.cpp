@@ -133,42 +133,12 @@ TEST_F(Quiescence, MateInCheckIsThePlyIndexBelowTheMateScore) {
   EXPECT_EQ(QuiescePvEvasions<BLACK>(-INF, INF, 0, &node_stack[1]), 1 - MATED_SCORE);
 }
 
-TEST_F(Quiescence, StandPatFloorBelowBetaAndDampingAbove) {
-  // Far below beta, nothing to take: the value is the floor of the static score.
-  const std::string fen = "4k3/8/8/8/8/8/PPP5/4K3 b - -";
-  const int32_t s = Static(fen);
-  const int32_t beta = s + 400;
-  const int32_t v = Null(fen, beta);
-  const int32_t standPat = s + 6;
-  EXPECT_EQ(v, beta - (beta - standPat - 30) / 8 - 30);
-  // Far above beta, the stand-pat is damped toward beta + 30.
-  const int32_t low = s - 400;
-  const int32_t up = Null(fen, low);
-  EXPECT_GE(up, low);
-  EXPECT_EQ(up, low + 30 + ((s - low - 24) >> 3));
-}
-
 TEST_F(Quiescence, ACheckWithNoEscapeIsTakenForTheKingCaptureItForces) {
   // The queen takes on f7 with the bishop behind her: nothing blocks, takes
   // or flees; the list marks it like a king capture and the node ends there.
   const std::string mate = "r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq -";
   EXPECT_EQ(Open(mate), KING_CAPTURE_SCORE - 1);
   EXPECT_EQ(Open(FlipFen(mate)), KING_CAPTURE_SCORE - 1);
-}
-
-TEST_F(Quiescence, NodeCountsAreTheSameRunToRun) {
-  const std::string fen = "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -";
-  int64_t counts[2];
-  int32_t values[2];
-  for (int run = 0; run < 2; ++run) {
-    SetUp();
-    const int64_t before = node_countdown;
-    values[run] = Open(fen, 50, 60);  // a narrow window: every man stays a target
-    counts[run] = before - node_countdown;
-  }
-  EXPECT_EQ(values[0], values[1]);
-  EXPECT_EQ(counts[0], counts[1]);
-  EXPECT_GT(counts[0], 0);
 }
 
 TEST_F(Quiescence, AFailHighLeavesALowerBoundOfDepthTwo) {

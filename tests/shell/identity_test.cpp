@@ -108,9 +108,4 @@ TEST(ProcessRole, NumbersInFrontOfTheArgumentsAreRefused) {
   EXPECT_TRUE(read({"/bin/engine"}));
 }
 
-TEST(HashSize, RoundsDownToAPowerOfTwo) {
-  const std::pair<int, uint32_t> cases[] = {{-5, 1}, {0, 1}, {1, 1}, {3, 2}, {100, 64}, {1024, 1024}, {1025, 1024}};
-  for (const auto& [megabytes, rounded] : cases) EXPECT_EQ(round_hash_size(megabytes), rounded) << megabytes;
-}
-
 }  // namespace

@@ -41,11 +41,6 @@ class RedirectedInput : public ::testing::Test {
   int input_[2], output_[2], saved_in_ = -1, saved_out_ = -1;
 };
 
-TEST_F(RedirectedInput, NothingWaitingReturnsAtOnce) {
-  EXPECT_FALSE(poll_input());
-  EXPECT_EQ(output(), "");
-}
-
 TEST_F(RedirectedInput, TwoLinesInOneWriteAreBothConsumedByOnePoll) {
   send("isready\nisready\n");
   EXPECT_TRUE(poll_input());

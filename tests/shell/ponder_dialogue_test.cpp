@@ -90,16 +90,6 @@ TEST_F(PonderDialogue, StopAfterANewGameOwesNoMove) {
   EXPECT_EQ(none.best, "0000");
 }
 
-TEST_F(PonderDialogue, MoveTimeIsKept) {
-  ASSERT_TRUE(engine.send(kGame.Line() + "go movetime 300\n"));
-  Answer answer;
-  ASSERT_TRUE(ReadAnswer(engine, kReplyMs, &answer));
-  EXPECT_TRUE(LegalAnswer(kGame.Board(), answer));
-  // 280 ms of search and the time to answer; far below a second.
-  EXPECT_GE(answer.ms, 250);
-  EXPECT_LT(answer.ms, 900);
-}
-
 // ---------------------------------------------------------------------------
 // goe: the engine plays on its own Position and tells a script its result.
 

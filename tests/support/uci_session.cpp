@@ -62,8 +62,6 @@ reference::Board GamePosition::Board() const {
   }
 }
 
-// The best move is legal on the board, and the ponder move, when there is
-// one, is legal after it.
 ::testing::AssertionResult LegalAnswer(const reference::Board& board, const Answer& answer) {
   reference::Board after = board;
   if (!after.PlayText(answer.best))
@@ -74,14 +72,12 @@ reference::Board GamePosition::Board() const {
   return ::testing::AssertionSuccess();
 }
 
-// The last line with a score: its words, or empty.
 std::vector<std::string> LastScoreLine(const Answer& answer) {
   for (auto it = answer.lines.rbegin(); it != answer.lines.rend(); ++it)
     if (StartsWith(*it, "info ") && it->find(" score ") != std::string::npos) return Words(*it);
   return {};
 }
 
-// The words after "pv", each a legal move in turn from the board.
 ::testing::AssertionResult LegalLine(const reference::Board& board, const std::vector<std::string>& words) {
   size_t i = 0;
   while (i < words.size() && words[i] != "pv") ++i;
@@ -99,15 +95,12 @@ std::string PvFirst(const std::vector<std::string>& words) {
   return "";
 }
 
-// After the answer is complete: no second bestmove, nothing at all.
 void ExpectNothingMore(EngineProcess& engine) {
   ASSERT_TRUE(engine.send("isready\n"));
   EXPECT_EQ(engine.read_line(kReplyMs), "readyok") << "a line came before readyok";
   EXPECT_TRUE(engine.expect_silence(100));
 }
 
-// Reads info lines until one reports an iteration of at least `depth`, so
-// that the search is known to be well under way.
 ::testing::AssertionResult AwaitDepth(EngineProcess& engine, int depth) {
   const Clock::time_point start = Clock::now();
   for (;;) {

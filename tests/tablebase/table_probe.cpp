@@ -104,10 +104,6 @@ std::string Fen(const std::vector<Man>& men, int side, int ep) {
   return fen + " 0 1";
 }
 
-
-// Whether the value of an index agrees with one ply of the reference
-// generator; the position's FEN when it does not, empty when it does or the
-// value holds no position.
 std::string CheckOnePly(int row, int side, uint64_t index) {
   TbPlacement p;
   if (!tb_decode(row, side, index, &p)) return "";

@@ -138,8 +138,6 @@ TEST_F(TablesOnDisk, LongestWinsAreTheKnownOnes) {
     for (uint64_t i = 0; i < tb_descriptors[row].size[0]; ++i) longest = std::max<int>(longest, Moves(ReadTableValue(row, 0, i)) % NO_RESULT);
     EXPECT_EQ(longest, k.longest) << k.name;
   }
-  // White Ka1 Qb2, Black Kf5, White to move: mate in ten.
-  EXPECT_EQ(Probe({{0, 5, 0}, {0, 4, 9}, {1, 5, 37}}, 0), 10);
 }
 
 // Each position's value is what its best move gives, by a move generator
