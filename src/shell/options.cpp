@@ -222,8 +222,9 @@ void unload_and_report_probe_library() {
 
 // "egtbgate value <path>": an empty path unloads.
 void set_probe_library(const char* text) {
-  char line[80];
-  std::snprintf(line, sizeof(line), "%.64s", text);
+  // Only blanks are cut from the end: a library path may be long.
+  char line[4096];
+  std::snprintf(line, sizeof(line), "%s", text);
   for (size_t length = std::strlen(line); length && line[length - 1] == ' ';) line[--length] = 0;
   const size_t length = std::strlen(line);
   if (length <= 16) return unload_and_report_probe_library();
