@@ -139,9 +139,11 @@ void CheckCapturePhase(const Picked& picked, int captureStage, int deferredStage
   }
 }
 
-template <int Us>
-void MakeWideList(MovePicker* p, NodeRecord* node, Move hash) {
-  CaptureList<Us, CAPTURES_WIDE>(p->list, position.colourBits[Us ^ 1], node, hash, p->historyRow);
+// The wide capture list into the picker's own list, through the shared runner.
+void MakeWideList(int side, MovePicker* p, NodeRecord* node, Move hash) {
+  const Bitboard enemies = position.colourBits[side ^ 1];
+  if (side == WHITE) harness::RunCaptureList<WHITE>(CAPTURES_WIDE, p->list, enemies, node, hash, p->historyRow);
+  else harness::RunCaptureList<BLACK>(CAPTURES_WIDE, p->list, enemies, node, hash, p->historyRow);
 }
 
 void CheckPosition(const Board& board, std::mt19937_64& rng, Tally* tally) {
@@ -237,8 +239,7 @@ void CheckPosition(const Board& board, std::mt19937_64& rng, Tally* tally) {
      // list: the rest of that list and the quiet moves.
     AttackMaps(node);
     Start(side, &picker, PICK_QUIETS_ONLY, 0, 0, depth, delta, false, int(rng() % 2));
-    if (side == WHITE) MakeWideList<WHITE>(&picker, node, 0);
-    else MakeWideList<BLACK>(&picker, node, 0);
+    MakeWideList(side, &picker, node, 0);
     std::set<std::string> expected = withoutUnder;
     Move* out = picker.list;
     for (Move* in = picker.list; *in; ++in) {
@@ -255,8 +256,7 @@ void CheckPosition(const Board& board, std::mt19937_64& rng, Tally* tally) {
     const Move first = harness::HashFormMove(board, rng, false);
     AttackMaps(node);
     Start(side, &picker, PICK_GOOD_CAPTURES, first, 0, depth, delta, false, 0);
-    if (side == WHITE) MakeWideList<WHITE>(&picker, node, first);
-    else MakeWideList<BLACK>(&picker, node, first);
+    MakeWideList(side, &picker, node, first);
     const Picked picked = DrainSide(side, &picker, node);
     std::set<std::string> expected = withoutUnder;
     if (first) expected.erase(MoveToText(first));
