@@ -280,8 +280,6 @@ void start_search() {
     return;
   }
   prepare_search();
-  write_html_diagram(nullptr);
-  begin_html_rows();
   if (sideToMove == WHITE) RootDriver<WHITE>();
   else RootDriver<BLACK>();
 

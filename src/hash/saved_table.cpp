@@ -20,11 +20,11 @@ constexpr size_t CHUNK_WORDS = 1 << 16;
 
 constexpr uint64_t MAX_TABLE_MEGABYTES = uint64_t(1) << 15;
 
-bool name_is_set(const char* name) { return name[0] && name[0] != '*'; }
-
 int table_megabytes() { return int(hash_words * 8 >> 20); }
 
 }  // namespace
+
+bool name_is_set(const char* name) { return name[0] && name[0] != '*'; }
 
 void save_hash_file(const char* name) {
   if (!name_is_set(name)) {

@@ -5,6 +5,7 @@
 // Both reply through the text reports, success or failure, and never stop
 // anything. A name that is empty or starts with "*" (the announced pattern)
 // counts as not set.
+bool name_is_set(const char* name);
 void save_hash_file(const char* name);
 // Rebuilds the table at the file's size (a configured Hash Size wins), then
 // reads as much of the file as the table holds.

@@ -307,6 +307,28 @@ void note_position_move(const char* word, size_t remaining, int index) {
   }
 }
 
+namespace {
+char kept_moves[4096], left_moves[4096];
+}
+
+void clear_html_root_moves() { kept_moves[0] = left_moves[0] = 0; }
+
+void note_html_root_move(const char* word, bool kept) {
+  if (!html_log) return;
+  char* text = kept ? kept_moves : left_moves;
+  if (!text[0]) append(text, sizeof(kept_moves), "<font style=\"color:%s\">", kept ? "green" : "red");
+  NotationBoard board;
+  load_notation_board(&board);
+  notate_move(&board, word, text, sizeof(kept_moves));
+  append(text, sizeof(kept_moves), "%s", " ");
+}
+
+const char* html_root_moves_text() {
+  for (char* text : {kept_moves, left_moves})
+    if (text[0]) append(text, sizeof(kept_moves), "%s", "</font>");
+  return std::strlen(left_moves) > std::strlen(kept_moves) ? left_moves : kept_moves;
+}
+
 void write_html_diagram(const char* root_text) {
   if (!html_log) return;
   char fen[128], material[64];

@@ -35,6 +35,14 @@ void reset_notation_lines();
 // it in the list.
 void note_position_move(const char* word, size_t remaining, int index);
 
+// The root moves beside the html board, noted one by one while the root list
+// is made: `kept` for the search, or legal but left out by the go line's
+// search moves. Nothing is noted while the html log is closed.
+void clear_html_root_moves();
+void note_html_root_move(const char* word, bool kept);
+// The longer of the two lists, each closed with its tag; empty when none.
+const char* html_root_moves_text();
+
 // The html board of the position before a search, with the text of the root
 // moves beside it (may be null).
 void write_html_diagram(const char* root_text);

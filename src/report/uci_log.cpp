@@ -7,6 +7,7 @@
 #include "clock/budget.h"
 #include "clock/go_command.h"
 #include "eval/eval_settings.h"
+#include "hash/saved_table.h"
 #include "hash/table.h"
 #include "platform/machine.h"
 #include "platform/system.h"
@@ -92,6 +93,7 @@ void log_changed_settings() {
   if (main_process_priority != 3) log_line("Main Process Priority set to %s.", priority_name(main_process_priority));
   if (child_process_priority != 1)
     log_line("Child Process Priority set to %s.", priority_name(child_process_priority));
+  if (name_is_set(hash_file)) log_line("Hash path set to '%s'.", hash_file);
   if (multi_pv != 1) log_line("Multipv set to %d variations.", multi_pv);
   if (multi_pv_cp != 20000) log_line("Multipv_cp set to %d centipawns.", multi_pv_cp);
   when(limit_strength, "Limit strength mode enabled.");

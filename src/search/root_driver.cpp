@@ -16,6 +16,7 @@
 #include "hash/table.h"
 #include "pool/slave_dialogue.h"
 #include "pool/sync_area.h"
+#include "report/html_log.h"
 #include "report/output.h"
 #include "report/search_lines.h"
 #include "report/visualizers.h"
@@ -81,6 +82,7 @@ int BuildRootList() {
 
   Move list[256], kept[256];
   const Move* end = CandidateMoves<Us>(list, root);
+  clear_html_root_moves();
   const bool inCheck = KingInCheck<Us>();
   int count = 0;
   for (const Move* p = list; p < end; ++p) {
@@ -94,6 +96,7 @@ int BuildRootList() {
     if (inCheck && is_castling(m)) number = 0;
     number += SearchMoveMatches(m);
     if (number >= 32) kept[count++] = m;
+    if (number >= 31) note_html_root_move(MoveToText(m), number >= 32);
   }
   // The table's move for the root, kept for the reports; the order stays
   // that of the words.
@@ -317,7 +320,10 @@ int32_t AspirationDriver(int32_t d) {
 template <int Us>
 void RootDriver() {
   ApplyPieceAdjustments(play_mode);
-  if (!BuildRootList<Us>()) return;
+  const int count = BuildRootList<Us>();
+  write_html_diagram(html_root_moves_text());
+  begin_html_rows();
+  if (!count) return;
   if (setjmp(stop_mark)) {
     // Landed from a stop inside the search: the Position is wherever the
     // search was; the last position line is its source.

@@ -30,6 +30,7 @@ ConfiguredOptions configured;
 bool config_file_read = false;
 bool configured_log_uci_value = false;
 bool configured_log_html_value = false;
+char hash_file[1024] = "";
 
 namespace {
 
@@ -38,7 +39,6 @@ constexpr const char* CONFIG_STEM = "quorl";
 constexpr int32_t MAX_PROCESSES = 2048;
 constexpr int32_t MAX_VARIATIONS = 256;
 
-char hash_file[1024] = "";
 
 // The sixteen adjustments in millipawns: the listed name, the test of the
 // chain and the subject of the reply. The twelve piece options lead, in the

@@ -26,6 +26,7 @@ extern bool config_file_read;  // a configuration file was found and read
 // The configuration file's word for the uci log, read only when configured.
 extern bool configured_log_uci_value;
 extern bool configured_log_html_value;
+extern char hash_file[1024];  // Hash File
 
 // Writes the option lines of the uci reply, in their order.
 void print_option_list();

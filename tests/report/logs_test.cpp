@@ -55,7 +55,7 @@ TEST(Logs, ConfiguredSessionWritesBothLogsAndLeavesOnBrokenInput) {
       "setoption name Max CPUs value 2\n"
       "setoption name xLog value true\n"
       "position startpos moves e2e4 d7d5 e4d5\n"
-      "go depth 9 wtime 65000 btime 3700000\n",
+      "go depth 9 wtime 65000 btime 3700000 searchmoves d8d5 g8f6\n",
       "bestmove", &out);
   EXPECT_EQ(status, 0);
 
@@ -110,8 +110,8 @@ TEST(Logs, ConfiguredSessionWritesBothLogsAndLeavesOnBrokenInput) {
   EXPECT_EQ(Block(log, "rnbqkbnr/ppp1pppp/8/3P4/8/8/PPPP1PPP/RNBQKBNR b KQkq -", "  a         b  "),
             Lines(DataFile("diagram_after_exd5.txt")));
 
-  // The html record: its board, a row of analysis, and the end tags written
-  // on the way out.
+  // The html record: its board with the moves that the search moves leave
+  // out, a row of analysis, and the end tags written on the way out.
   const std::string html = session.Read("log.");
   const std::vector<std::string> page = Lines(html);
   ASSERT_FALSE(page.empty());
