@@ -127,13 +127,7 @@ void depth_column(int32_t depth, char* text, size_t size) {
 void notated_line(const char* pv, char* text, size_t size) {
   NotationBoard board = rows.root;
   text[0] = 0;
-  char word[8];
-  for (const char* p = pv; std::sscanf(p, "%7s", word) == 1;) {
-    const size_t used = std::strlen(text);
-    if (used && used + 1 < size) std::strcat(text, " ");
-    if (!notate_move(&board, word, text, size)) break;
-    p = std::strstr(p, word) + std::strlen(word);
-  }
+  notate_line(&board, pv, text, size);
 }
 
 void build_row(const RootRecord& row, const char* score, char* text, size_t size) {
@@ -278,6 +272,16 @@ bool notate_move(NotationBoard* board, const char* word, char* text, size_t size
   append(text, size, "%s", to_name);
   append(text, size, "%s", check);
   return true;
+}
+
+void notate_line(NotationBoard* board, const char* words, char* text, size_t size) {
+  char word[8];
+  for (const char* p = words; std::sscanf(p, "%7s", word) == 1;) {
+    const size_t used = std::strlen(text);
+    if (used && used + 1 < size) std::strcat(text, " ");
+    if (!notate_move(board, word, text, size)) break;
+    p = std::strstr(p, word) + std::strlen(word);
+  }
 }
 
 void reset_notation_lines() {

@@ -10,7 +10,8 @@
 
 extern bool samples_on;  // cleared at go; the root driver turns it on from iteration 22
 
-// Turns sampling on for iteration d where a channel wants it.
+// At the root before iteration d: turns sampling on where a channel wants
+// it and takes the root board for the paths.
 void StartSamplesAt(int32_t d);
 
 // A sample line to its channel; dropped where no channel takes it.
@@ -23,9 +24,9 @@ inline bool NodeReports(int32_t mode, int32_t depth) { return samples_on && mode
 
 // The kinds of node sample, in the order a node meets them.
 enum NodeSampleKind { SAMPLE_UNCLEAR, SAMPLE_BETTER, SAMPLE_WORSE, SAMPLE_INSIDE };
-// One node sample of `node` (whose side has the move), with the bound or
-// value `v` and the move `m` in question.
-void NodeSample(NodeSampleKind kind, const NodeRecord* node, int32_t mode, int32_t v, Move m);
+// One node sample of `node` (whose side has the move), with the value `v`
+// marked where it equals `bound`, and the move `m` in question.
+void NodeSample(NodeSampleKind kind, const NodeRecord* node, int32_t mode, int32_t v, int32_t bound, Move m);
 // The short report of a node after a first move or a move over alpha.
 void NodeReport(const NodeRecord* node, int32_t v, int32_t alpha, int32_t beta, Move m);
 
