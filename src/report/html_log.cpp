@@ -85,6 +85,7 @@ NotationBoard notation_board;
 
 struct RowState {
   char pending[4096];
+  char alternatives[8192];  // notes of the search not yet written
   bool has_pending;
   char fail_low[4096];
   Move fail_low_move;
@@ -140,6 +141,8 @@ void build_row(const RootRecord& row, const char* score, char* text, size_t size
 
 void write_row(char* text) {
   if (html_log && text[0]) {
+    std::fputs(rows.alternatives, html_log);
+    rows.alternatives[0] = 0;
     std::fputs(text, html_log);
     std::fflush(html_log);
   }
@@ -345,7 +348,7 @@ void write_html_diagram(const char* root_text) {
 }
 
 void begin_html_rows() {
-  rows.pending[0] = rows.fail_low[0] = 0;
+  rows.pending[0] = rows.fail_low[0] = rows.alternatives[0] = 0;
   rows.fail_low_move = 0;
   rows.deepest_shown = 0;
   rows.active = html_log != nullptr;
@@ -380,6 +383,15 @@ void end_html_rows() {
   rows.active = false;
   if (!html_log) return;
   write_row(rows.pending);
+  std::fputs(rows.alternatives, html_log);
+  rows.alternatives[0] = 0;
   std::fputs("</font>\n", html_log);
   std::fflush(html_log);
+}
+
+void note_html_alternative(const char* text) {
+  // A note cut short would leave its tags open: one that does not fit is
+  // dropped.
+  const size_t used = std::strlen(rows.alternatives);
+  if (rows.active && used + std::strlen(text) < sizeof(rows.alternatives)) std::strcpy(rows.alternatives + used, text);
 }

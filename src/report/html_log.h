@@ -48,3 +48,6 @@ void write_html_diagram(const char* root_text);
 void begin_html_rows();
 void html_root_report(const RootRecord& row, bool first_row);
 void end_html_rows();
+// A deep alternative of the main line, kept for the rows: it is written
+// before the next row, or as the rows end.
+void note_html_alternative(const char* text);

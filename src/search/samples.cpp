@@ -11,15 +11,20 @@
 #include "report/output.h"
 #include "report/search_lines.h"
 #include "report/visualizers.h"
+#include "search/node_support.h"
+#include "search/root_driver.h"
+#include "search/root_list.h"
 #include "search/search_common.h"
 #include "shell/dialogue.h"
 
 bool samples_on = false;
+bool html_first_try = false;
 
 namespace {
 
 constexpr int PATH_MOVES = 128, SAMPLE_PATH_MOVES = 19, LINE_PLIES = 14;
 constexpr int32_t SAMPLE_DEPTH = 22;
+constexpr uint64_t ALTERNATIVE_MS = 250;
 
 // Samples are composed one at a time in these buffers.
 char path_text[PATH_MOVES * 12 + 1];
@@ -28,6 +33,12 @@ char line_text[LINE_PLIES * 6 + 1];
 
 // The root as the paths are notated from it, taken before each iteration.
 NotationBoard root_board;
+
+// The html note: the shallowest ply of this iteration's alternatives, and
+// the last one noted, by its move and the node's key.
+int html_note_ply = 256;
+char noted_move[8];
+uint64_t noted_key;
 
 // The moves from the root down to `node` in figurines, with "*" behind a
 // forced one in the qvn3 flavour; `at` gets the board of the node.
@@ -52,6 +63,22 @@ const char* PathText(const NodeRecord* node, int limit, NotationBoard* at = null
 int32_t WhiteView(const NodeRecord* node, int32_t v) {
   const int32_t rootView = PlyIndex(node) & 1 ? v : -v;
   return node_stack[1].sideIndex == WHITE ? rootView : -rootView;
+}
+
+// The node's value from White's side in the short form of the html log;
+// `bound` equal to the value marks it.
+const char* ScoreShort(const NodeRecord* node, int32_t v, int32_t bound) {
+  const int32_t w = WhiteView(node, v);
+  int length;
+  if (w >= -8000 && w <= 8000) {
+    const int32_t a = w < 0 ? -w : w;
+    length = std::snprintf(score_text, sizeof(score_text), "%s%d.%02d", w < 0 ? "-" : "+", a / 100, a % 100);
+  } else {
+    length = std::snprintf(score_text, sizeof(score_text), "#%d", w > 8000 ? (8160 - w) / 2 : (-8160 - w) / 2);
+  }
+  if (v == bound && length > 0)
+    std::snprintf(score_text + length, sizeof(score_text) - size_t(length), "%s", PlyIndex(node) & 1 ? "`--" : "`!");
+  return score_text;
 }
 
 // The node's value from White's side in the form the node samples carry: a
@@ -86,6 +113,39 @@ const char* LineAfterMove(const NodeRecord* node) {
 void StartSamplesAt(int32_t d) {
   if (d >= SAMPLE_DEPTH && (qvn3_invoked || visualizer_attached())) samples_on = true;
   load_notation_board(&root_board);
+  html_first_try = false;
+  html_note_ply = 256;
+  noted_move[0] = 0;
+}
+
+void NoteFirstTry(bool first) { html_first_try = first && html_log; }
+
+void HtmlAlternative(const NodeRecord* node, int32_t alpha, int32_t v, int32_t windowAlpha, int32_t beta,
+                     Move hashMove, Move m, uint64_t key) {
+  const int ply = PlyIndex(node);
+  if (v <= alpha || !hashMove || ply <= 1 || ply > html_note_ply || ply >= LINE_PLIES) return;
+  if (!SameMove(current_root_move, root_list[0].move) || SearchTime() <= ALTERNATIVE_MS) return;
+  // The line in coordinates: the new move must differ from the hash move
+  // and from the last one noted at this node.
+  char line[LINE_PLIES * 6 + 1], first[8] = "";
+  if (m) WalkLineOf(node->sideIndex, m, LINE_PLIES - ply, line, sizeof(line));
+  else WalkTableLine(node->sideIndex, LINE_PLIES - ply, line, sizeof(line));
+  if (std::sscanf(line, "%7s", first) != 1 || std::strcmp(first, MoveToText(hashMove & ~MOVE_CHECK)) == 0) return;
+  if (key == noted_key && std::strcmp(first, noted_move) == 0) return;
+  std::strcpy(noted_move, first);
+  noted_key = key;
+  html_note_ply = ply;
+
+  NotationBoard board;
+  PathText(node, PATH_MOVES, &board);
+  char before[32], after[32], notated[LINE_PLIES * 12 + 2] = " ";
+  std::snprintf(before, sizeof(before), "%s", ScoreShort(node, alpha, windowAlpha));
+  std::snprintf(after, sizeof(after), "%s", ScoreShort(node, v, beta));
+  notate_line(&board, line, notated + 1, sizeof(notated) - 1);
+  char text[sizeof(path_text) + sizeof(notated) + 128];
+  std::snprintf(text, sizeof(text), "<font style=\"width:207px\"></font>%s`(`%s`)%s%s<br>\n", path_text, before, after,
+                notated);
+  note_html_alternative(text);
 }
 
 void SendSample(const char* format, ...) {
