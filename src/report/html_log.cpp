@@ -85,6 +85,7 @@ NotationBoard notation_board;
 
 struct RowState {
   char pending[4096];
+  char alternatives[8192];  // notes of the search not yet written
   bool has_pending;
   char fail_low[4096];
   Move fail_low_move;
@@ -127,13 +128,7 @@ void depth_column(int32_t depth, char* text, size_t size) {
 void notated_line(const char* pv, char* text, size_t size) {
   NotationBoard board = rows.root;
   text[0] = 0;
-  char word[8];
-  for (const char* p = pv; std::sscanf(p, "%7s", word) == 1;) {
-    const size_t used = std::strlen(text);
-    if (used && used + 1 < size) std::strcat(text, " ");
-    if (!notate_move(&board, word, text, size)) break;
-    p = std::strstr(p, word) + std::strlen(word);
-  }
+  notate_line(&board, pv, text, size);
 }
 
 void build_row(const RootRecord& row, const char* score, char* text, size_t size) {
@@ -146,6 +141,8 @@ void build_row(const RootRecord& row, const char* score, char* text, size_t size
 
 void write_row(char* text) {
   if (html_log && text[0]) {
+    std::fputs(rows.alternatives, html_log);
+    rows.alternatives[0] = 0;
     std::fputs(text, html_log);
     std::fflush(html_log);
   }
@@ -280,6 +277,16 @@ bool notate_move(NotationBoard* board, const char* word, char* text, size_t size
   return true;
 }
 
+void notate_line(NotationBoard* board, const char* words, char* text, size_t size) {
+  char word[8];
+  for (const char* p = words; std::sscanf(p, "%7s", word) == 1;) {
+    const size_t used = std::strlen(text);
+    if (used && used + 1 < size) std::strcat(text, " ");
+    if (!notate_move(board, word, text, size)) break;
+    p = std::strstr(p, word) + std::strlen(word);
+  }
+}
+
 void reset_notation_lines() {
   for (char* line : notation_line) line[0] = 0;
   load_notation_board(&notation_board);
@@ -363,7 +370,7 @@ void write_html_diagram(const char* root_text) {
 }
 
 void begin_html_rows() {
-  rows.pending[0] = rows.fail_low[0] = 0;
+  rows.pending[0] = rows.fail_low[0] = rows.alternatives[0] = 0;
   rows.fail_low_move = 0;
   rows.deepest_shown = 0;
   rows.active = html_log != nullptr;
@@ -398,6 +405,15 @@ void end_html_rows() {
   rows.active = false;
   if (!html_log) return;
   write_row(rows.pending);
+  std::fputs(rows.alternatives, html_log);
+  rows.alternatives[0] = 0;
   std::fputs("</font>\n", html_log);
   std::fflush(html_log);
+}
+
+void note_html_alternative(const char* text) {
+  // A note cut short would leave its tags open: one that does not fit is
+  // dropped.
+  const size_t used = std::strlen(rows.alternatives);
+  if (rows.active && used + std::strlen(text) < sizeof(rows.alternatives)) std::strcpy(rows.alternatives + used, text);
 }

@@ -27,6 +27,10 @@ int square_named(const char* text);
 // the board. False, and nothing appended, when no piece of the side to move
 // stands on its from square.
 bool notate_move(NotationBoard* board, const char* word, char* text, size_t size);
+// Appends the figurine texts of the blank-separated coordinate moves in
+// `words`, each after a blank where `text` is not empty, playing them on the
+// board; stops at the first move that does not fit the board.
+void notate_line(NotationBoard* board, const char* words, char* text, size_t size);
 
 // The last four full moves of the position line beside the html board.
 void reset_notation_lines();
@@ -52,3 +56,6 @@ void write_html_diagram(const char* root_text);
 void begin_html_rows();
 void html_root_report(const RootRecord& row, bool first_row);
 void end_html_rows();
+// A deep alternative of the main line, kept for the rows: it is written
+// before the next row, or as the rows end.
+void note_html_alternative(const char* text);

@@ -77,6 +77,13 @@ void WalkLineOf(int side, Move first, int length, char* buffer, size_t size) {
   else Walk<BLACK>(first, length, buffer, size, seen, 0);
 }
 
+void WalkTableLine(int side, int length, char* buffer, size_t size) {
+  buffer[0] = 0;
+  if (length <= 0) return;
+  const Move first = side == WHITE ? TableMove<WHITE>(&walk_records[2]) : TableMove<BLACK>(&walk_records[2]);
+  WalkLineOf(side, first, length, buffer, size);
+}
+
 Move ReplyFromTable(Move first) {
   SavedState saved;
   const PeriodicCheckHold hold;

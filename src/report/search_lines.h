@@ -17,6 +17,9 @@ void ScoreText(int32_t score, char* buffer, size_t size);
 void WalkLine(Move first, int length, char* buffer, size_t size);
 // The same from a position inside the tree, where `side` is to move.
 void WalkLineOf(int side, Move first, int length, char* buffer, size_t size);
+// The same from the present position, beginning with the move the table
+// holds for it.
+void WalkTableLine(int side, int length, char* buffer, size_t size);
 
 // The move that the table holds for the position after `first`: the last
 // matching entry with a move decides; 0 when it holds none or an illegal one.

@@ -481,9 +481,9 @@ int32_t OpenNode(int32_t alpha, int32_t beta, int32_t depth, bool inCheck, NodeR
       } else if (v > alpha) {
         if (depth >= 16 && (alpha + 200 <= beta || mode != 0)) {
           const bool sampled = NodeSamples(mode, depth) && (hashMove || bestMove);
-          if (sampled) NodeSample(SAMPLE_UNCLEAR, node, mode, alpha, m);
+          if (sampled) NodeSample(SAMPLE_UNCLEAR, node, mode, alpha, alpha, m);
           v = -OpenNode<Them, true>(-alpha - 1, -alpha, childDepth, check, node + 1, 0, childBudget);
-          if (sampled && v > alpha) NodeSample(SAMPLE_BETTER, node, mode, alpha, m);
+          if (sampled && v > alpha) NodeSample(SAMPLE_BETTER, node, mode, alpha, alpha, m);
         }
         if (v > alpha) v = -OpenNode<Them, false>(-beta, -alpha, childDepth, check, node + 1, 0, childBudget);
       }
@@ -504,7 +504,10 @@ int32_t OpenNode(int32_t alpha, int32_t beta, int32_t depth, bool inCheck, NodeR
             (!SameMove(m, hashMove) || (bestMove && !SameMove(bestMove, hashMove))))
           continue;
         node->currentMove = BestMove(e) ? HashMoveToMove<Us>(BestMove(e)) : 0;
-        if (alpha > -MATE_RANGE && beta < MATE_RANGE && hv >= -8000 && hv <= 8000) return hv;
+        if (alpha > -MATE_RANGE && beta < MATE_RANGE && hv >= -8000 && hv <= 8000) {
+          if (!Scout && HtmlAlternatives(depth)) HtmlAlternative(node, alpha, hv, bound, beta, hashMove, 0, key);
+          return hv;
+        }
       }
     }
 
@@ -514,6 +517,7 @@ int32_t OpenNode(int32_t alpha, int32_t beta, int32_t depth, bool inCheck, NodeR
       node->currentMove = 0;
       return 0;
     }
+    if (!Scout && HtmlAlternatives(depth)) HtmlAlternative(node, alpha, v, bound, beta, hashMove, m, key);
     if (v > alpha) {
       alpha = v;
       bestMove = made;

@@ -303,6 +303,7 @@ int32_t AspirationDriver(int32_t d) {
     int32_t alpha = std::max(last - 15, min_score - 1), beta = alpha + 27, step = 20;
     bool first = true;
     for (;;) {
+      NoteFirstTry(first);
       const int32_t r = RootMoveLoop<Us>(alpha, beta, d);
       if ((r > alpha && r < beta) || r < min_score) return r;
       const int32_t widen = first ? step - 5 : step;
