@@ -218,7 +218,25 @@ void write_html_tail() {
 void load_notation_board(NotationBoard* board) {
   for (int square = 0; square < 64; ++square) board->code[square] = uint8_t(piece_code_at(square));
   board->side = sideToMove;
+  board->letters = false;
 }
+
+namespace {
+
+// The sign of a man: a figurine (Black's are the capitals), or a capital
+// letter with a pawn's capture named by its `from` file; none for a pawn's
+// step (`from` -1).
+const char* man_text(const NotationBoard& board, int kind, int colour, int from) {
+  static char text[2];
+  text[0] = from < 0                            ? char(0)
+            : !board.letters                    ? char(FIGURINES[kind] - (colour == BLACK ? 'a' - 'A' : 0))
+            : kind == PAWN                      ? char('a' + (from & 7))
+                                                : "PNBRQK"[kind];
+  text[1] = 0;
+  return text;
+}
+
+}  // namespace
 
 bool notate_move(NotationBoard* board, const char* word, char* text, size_t size) {
   const int from = square_named(word);
@@ -232,8 +250,9 @@ bool notate_move(NotationBoard* board, const char* word, char* text, size_t size
   const bool castling = kind == KING && (from - to == 2 || to - from == 2);
 
   // Rivals of the same kind that could go there too, less the pinned ones.
+  // A pawn's capture in letters names its file, which tells it apart.
   Bitboard rivals = 0;
-  if (kind != KING && (kind != PAWN || capture))
+  if (kind != KING && (kind != PAWN || (capture && !board->letters)))
     rivals = attackers(*board, kind, colour, to, occupancy(*board)) & ~bit(from);
   for (Bitboard r = rivals; r; r &= r - 1)
     if (pinned(*board, lowest_square(r), colour)) rivals &= ~bit(lowest_square(r));
@@ -256,12 +275,14 @@ bool notate_move(NotationBoard* board, const char* word, char* text, size_t size
   *board = after;
 
   if (castling) {
-    append(text, size, to < from ? "0-0-0%s" : "0-0%s", check);
+    // Zeros in the chess font, as its games are set; letters elsewhere.
+    const char* sign = board->letters ? "O-O" : "0-0";
+    append(text, size, "%s", sign);
+    if (to < from) append(text, size, "-%s", sign + 2);
+    append(text, size, "%s", check);
     return true;
   }
-  char piece[2] = {0, 0};
-  if (kind != PAWN || capture) piece[0] = char(FIGURINES[kind] - (colour == BLACK ? 'a' - 'A' : 0));
-  append(text, size, "%s", piece);
+  append(text, size, "%s", man_text(*board, kind, colour, kind == PAWN && !capture ? -1 : from));
   const char from_file[2] = {char('a' + (from & 7)), 0}, from_rank[2] = {char('1' + (from >> 3)), 0};
   if (popcount(rivals) >= 2) {
     append(text, size, "%s", from_file);
@@ -273,6 +294,10 @@ bool notate_move(NotationBoard* board, const char* word, char* text, size_t size
   append(text, size, "%s", target);
   const char to_name[3] = {char('a' + (to & 7)), char('1' + (to >> 3)), 0};
   append(text, size, "%s", to_name);
+  if (after.code[to] != code) {
+    append(text, size, "%s", board->letters ? "=" : "");
+    append(text, size, "%s", man_text(*board, kind_of(after.code[to]), colour, 0));
+  }
   append(text, size, "%s", check);
   return true;
 }

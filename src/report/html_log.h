@@ -19,12 +19,13 @@ void write_html_tail();
 struct NotationBoard {
   uint8_t code[64];  // piece codes, 0 when empty
   int side;          // to move
+  bool letters;      // men as the letters of plain short algebraic, not figurines
 };
-void load_notation_board(NotationBoard* board);  // from the game Position
+void load_notation_board(NotationBoard* board);  // from the game Position, in figurines
 // The square of a name such as "e4"; -1 when the text names none.
 int square_named(const char* text);
-// Appends the figurine text of a move given in coordinates and plays it on
-// the board. False, and nothing appended, when no piece of the side to move
+// Appends the short algebraic text of a move given in coordinates and plays
+// it on the board. False, and nothing appended, when no piece of the side to move
 // stands on its from square.
 bool notate_move(NotationBoard* board, const char* word, char* text, size_t size);
 // Appends the figurine texts of the blank-separated coordinate moves in

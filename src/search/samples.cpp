@@ -40,10 +40,12 @@ int html_note_ply = 256;
 char noted_move[8];
 uint64_t noted_key;
 
-// The moves from the root down to `node` in figurines, with "*" behind a
-// forced one in the qvn3 flavour; `at` gets the board of the node.
-const char* PathText(const NodeRecord* node, int limit, NotationBoard* at = nullptr) {
+// The moves from the root down to `node` in short algebraic (figurines for
+// the html log), with "*" behind a forced one in the qvn3 flavour; `at`
+// gets the board of the node.
+const char* PathText(const NodeRecord* node, int limit, bool figurines, NotationBoard* at = nullptr) {
   NotationBoard board = root_board;
+  board.letters = !figurines;
   path_text[0] = 0;
   int count = 0;
   for (const NodeRecord* r = &node_stack[1]; r < node && count < limit; ++r, ++count) {
@@ -137,7 +139,7 @@ void HtmlAlternative(const NodeRecord* node, int32_t alpha, int32_t v, int32_t w
   html_note_ply = ply;
 
   NotationBoard board;
-  PathText(node, PATH_MOVES, &board);
+  PathText(node, PATH_MOVES, true, &board);
   char before[32], after[32], notated[LINE_PLIES * 12 + 2] = " ";
   std::snprintf(before, sizeof(before), "%s", ScoreShort(node, alpha, windowAlpha));
   std::snprintf(after, sizeof(after), "%s", ScoreShort(node, v, beta));
@@ -164,7 +166,7 @@ void SendSample(const char* format, ...) {
 
 void NodeSample(NodeSampleKind kind, const NodeRecord* node, int32_t mode, int32_t v, int32_t bound, Move m) {
   const int ply = PlyIndex(node);
-  const char* path = PathText(node, SAMPLE_PATH_MOVES);
+  const char* path = PathText(node, SAMPLE_PATH_MOVES, false);
   const char* score = ScoreIcp(node, v, bound);
   switch (kind) {
     // These two come while the move is made.
@@ -197,7 +199,7 @@ void NodeReport(const NodeRecord* node, int32_t v, int32_t alpha, int32_t beta, 
   char bound = '=';
   if (v >= beta) bound = even ? '<' : '>';
   else if (v <= alpha) bound = even ? '>' : '<';
-  const char* path = PathText(node, SAMPLE_PATH_MOVES);
+  const char* path = PathText(node, SAMPLE_PATH_MOVES, false);
   SendSample("%c%d %s %d %s", bound, slave_id, path, even ? -v : v, ply < 20 ? LineText(node, m) : "");
 }
 

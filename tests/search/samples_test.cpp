@@ -37,7 +37,7 @@ std::vector<std::string> ScoreLines(const Answer& answer, int* samples) {
 // Checks one node sample; counts it, and its bracket if a line follows the
 // move there.
 void CheckNodeSample(const std::string& line, int* samples, int* lined) {
-  static const std::regex notated("([kjlmnKJLMN][a-h]?[1-8]?x?|[iI][a-h]?[1-8]?x)?[a-h][1-8]\\+?\\*?|0-0(-0)?\\+?");
+  static const std::regex notated("([NBRQK][a-h]?[1-8]?x?|[a-h]x)?[a-h][1-8](=[NBRQ])?\\+?\\*?|O-O(-O)?\\+?\\*?");
   const std::vector<std::string> w = Words(line);
   size_t i = 2;
   for (; i < w.size() && w[i] != "icp"; ++i) {
