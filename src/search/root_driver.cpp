@@ -217,6 +217,8 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
     } else if (principal) {
       if (samples_on) SendSample("info sample %s issearching", MoveToText(m));
       PublishCurrentMove(m);
+      // Each full-window search keeps its own note of the shallowest fail low.
+      pv_note_ply = 256;
       root_pv_search = true;
       score = -(t + PvSearch<Them>(-(beta + t), -(alpha + t), childDepth - cut, check, root + 1, first ? 3 : 0, 0));
       root_pv_search = false;
@@ -234,8 +236,10 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
         if (samples_on) SendSample("info sample %s isunclear", MoveToText(m));
         score = -(t + ScoutSearch<Them>(-(alpha + t), childDepth, check, root + 1, 0));
         if (score > alpha && samples_on) SendSample("info sample %s isbetter", MoveToText(m));
-        if (score > alpha)
+        if (score > alpha) {
+          pv_note_ply = 256;
           score = -(t + PvSearch<Them>(-(beta + t), -(alpha + t), childDepth, check, root + 1, first ? 1 : 0, 0));
+        }
         root_pv_search = false;
       }
     }
