@@ -86,7 +86,6 @@ NotationBoard notation_board;
 struct RowState {
   char pending[4096];
   char alternatives[8192];  // notes of the search not yet written
-  bool has_pending;
   char fail_low[4096];
   Move fail_low_move;
   int32_t fail_low_depth;
