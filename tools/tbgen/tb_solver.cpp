@@ -335,12 +335,18 @@ const Exit& Solver::exit_for(int captured, int promoted, int kind) {
 void Solver::init_node(uint32_t node) {
   Pos p;
   load(node, &p);
-  if (!legal(s_, p)) {
+  const int side = p.side, them = 1 - side, king = p.sq[side];
+  Bitboard own = 0, enemy = 0, pawns = 0;
+  for (int i = 0; i < s_.n; ++i) {
+    (s_.men[i].colour == side ? own : enemy) |= bit(p.sq[i]);
+    if (s_.men[i].kind == 0) pawns |= bit(p.sq[i]);
+  }
+  const Bitboard occupied = own | enemy;
+  if (popcount(occupied) != s_.n || (pawns & 0xff000000000000ffull) ||
+      attacked_by(s_, p.sq, p.sq[them], side, occupied)) {
     value_[node] = BYTE_ILLEGAL;
     return;
   }
-  const int side = p.side, them = 1 - side, king = p.sq[side];
-  const Bitboard occupied = occupancy(s_, p.sq), own = occupancy(s_, p.sq, side), enemy = occupied & ~own;
   Bitboard enemyAttacks = 0;  // through our king, which cannot step back along a line
   for (int i = 0; i < s_.n; ++i)
     if (s_.men[i].colour == them) enemyAttacks |= man_attacks(s_.men[i], p.sq[i], occupied ^ bit(king));
