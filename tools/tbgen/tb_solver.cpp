@@ -253,6 +253,7 @@ class Solver {
   }
   const Exit& exit_for(int captured, int promoted, int kind);
   void init_node(uint32_t node);
+  void copy_twin(uint32_t node, const Pos& p);
   template <typename F>
   void predecessors(uint32_t node, F visit);
   // The predecessors of every node of the list, a batch at a time: one
@@ -335,6 +336,10 @@ const Exit& Solver::exit_for(int captured, int promoted, int kind) {
 void Solver::init_node(uint32_t node) {
   Pos p;
   load(node, &p);
+  if (!s_.pawns && (p.sq[0] >> 3) > (p.sq[0] & 7)) {
+    copy_twin(node, p);
+    return;
+  }
   const int side = p.side, them = 1 - side, king = p.sq[side];
   Bitboard own = 0, enemy = 0, pawns = 0;
   for (int i = 0; i < s_.n; ++i) {
@@ -432,6 +437,24 @@ void Solver::init_node(uint32_t node) {
   }
 }
 
+// Without pawns, a position with the white king above the a1-h8 diagonal is
+// the mirror image of one below it, found earlier in the order of nodes: it
+// has the same moves and what they give.
+void Solver::copy_twin(uint32_t node, const Pos& p) {
+  int mirrored[MAX_MEN];
+  for (int i = 0; i < s_.n; ++i) mirrored[i] = (p.sq[i] & 7) * 8 + (p.sq[i] >> 3);
+  const uint32_t twin = normal_node(p.side, mirrored);
+  const int8_t v = value_[node] = value_[twin];
+  const Moves m = moves_[node] = moves_[twin];
+  if (v == BYTE_UNDECIDED) {
+    if (m.exit != NO_EXIT && m.exit > 0) win_by_exit_[m.exit].push_back(node);
+  } else if (v > 0) {
+    win_at_[v].push_back(node);
+  } else if (v < 0 && v != BYTE_ILLEGAL) {
+    loss_at_[-v - 1].push_back(node);
+  }
+}
+
 // Every position with a move into `node`: men of the side that has just
 // moved go back, pawns by one or two squares; captures and promotions come
 // from other tables. A position from which the move leads here through an
@@ -489,10 +512,11 @@ void Solver::Run(Table* out, Native* native) {
   for (uint32_t node = 0; s_.enPassant && node < normal; ++node) {
     Pos p;
     load(node, &p);
-    if (!legal(s_, p)) continue;
+    bool legalHere = false;  // tried only where a pattern stands
     for (int i = 0; i < s_.n; ++i) {
       p.ep = en_passant_square(s_, p.sq, p.side, i);
       if (p.ep < 0 || ep_nodes_.count(ep_key(p))) continue;
+      if (!legalHere && !(legalHere = legal(s_, p))) break;
       ep_nodes_[ep_key(p)] = uint32_t(normal + ep_pos_.size());
       ep_pos_.push_back(p);
     }
@@ -524,6 +548,13 @@ void Solver::Run(Table* out, Native* native) {
   // image or with two like men the other way round is left out.
   out->row = row_;
   for (int side = 0; side < 2; ++side) out->values[side].assign(TB_ROW_SIZES[row_][side], ILLEGAL);
+  // Each man's place in its side's list; the places not in use are never read.
+  uint32_t lists[2][MANLIST_PLACES] = {};
+  int place[MAX_MEN], next[2][TB_KINDS] = {};
+  for (int i = 0; i < s_.n; ++i) {
+    const Man& m = s_.men[i];
+    place[i] = m.kind == KING ? MANLIST_KING : m.kind * 3 + next[m.colour][m.kind]++;
+  }
   for (uint32_t node = 0; node < total; ++node) {
     int8_t& v = value_[node];
     if (v == BYTE_UNDECIDED) v = 0;
@@ -535,12 +566,7 @@ void Solver::Run(Table* out, Native* native) {
     for (int i = 2; i + 1 < s_.n; ++i)
       twin |= s_.men[i].colour == s_.men[i + 1].colour && s_.men[i].kind == s_.men[i + 1].kind && p.sq[i] > p.sq[i + 1];
     if (twin) continue;
-    uint32_t lists[2][MANLIST_PLACES] = {};
-    int next[2][TB_KINDS] = {};
-    for (int i = 0; i < s_.n; ++i) {
-      const Man& m = s_.men[i];
-      lists[m.colour][m.kind == KING ? MANLIST_KING : m.kind * 3 + next[m.colour][m.kind]++] = uint32_t(p.sq[i]);
-    }
+    for (int i = 0; i < s_.n; ++i) lists[s_.men[i].colour][place[i]] = uint32_t(p.sq[i]);
     const uint64_t index = tb_index_function(row_, p.side)(lists[0], lists[1], p.ep < 0 ? TB_NO_EP : p.ep, false);
     out->values[p.side][index] = v;
   }
