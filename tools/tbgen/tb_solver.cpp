@@ -58,17 +58,25 @@ struct Pos {
 };
 
 // The white king is brought to files a-d, and without pawns also to ranks
-// 1-4, by mirroring; no position is its own mirror image then, so every
-// move of a position matches one move back into it.
+// 1-4, by mirroring. Without pawns a white king above the a1-h8 diagonal is
+// then mirrored across it too; a position with the king on the diagonal
+// keeps a node of its own beside its mirror image, so that the moves of such
+// positions need the care taken in `predecessors`.
 int fold_of(const Shape& s, int whiteKing) {
   return ((whiteKing & 7) >= 4 ? 7 : 0) | (!s.pawns && whiteKing >= 32 ? 56 : 0);
 }
 
+int transposed(int square) { return (square & 7) * 8 + (square >> 3); }
+bool above_diagonal(int square) { return (square >> 3) > (square & 7); }
+bool on_diagonal(int square) { return (square >> 3) == (square & 7); }
+
 uint64_t full_index(const Shape& s, const int* sq) {
   const int f = fold_of(s, sq[0]);
-  const int wk = sq[0] ^ f;
+  const bool t = !s.pawns && above_diagonal(sq[0] ^ f);
+  const auto square = [&](int i) { return t ? transposed(sq[i] ^ f) : sq[i] ^ f; };
+  const int wk = square(0);
   uint64_t index = uint64_t((wk >> 3) * 4 + (wk & 7));
-  for (int i = 1; i < s.n; ++i) index = index * 64 + uint64_t(sq[i] ^ f);
+  for (int i = 1; i < s.n; ++i) index = index * 64 + uint64_t(square(i));
   return index;
 }
 
@@ -253,7 +261,6 @@ class Solver {
   }
   const Exit& exit_for(int captured, int promoted, int kind);
   void init_node(uint32_t node);
-  void copy_twin(uint32_t node, const Pos& p);
   template <typename F>
   void predecessors(uint32_t node, F visit);
   // The predecessors of every node of the list, a batch at a time: one
@@ -336,8 +343,8 @@ const Exit& Solver::exit_for(int captured, int promoted, int kind) {
 void Solver::init_node(uint32_t node) {
   Pos p;
   load(node, &p);
-  if (!s_.pawns && (p.sq[0] >> 3) > (p.sq[0] & 7)) {
-    copy_twin(node, p);
+  if (!s_.pawns && above_diagonal(p.sq[0])) {  // no node of its own
+    value_[node] = BYTE_ILLEGAL;
     return;
   }
   const int side = p.side, them = 1 - side, king = p.sq[side];
@@ -437,28 +444,18 @@ void Solver::init_node(uint32_t node) {
   }
 }
 
-// Without pawns, a position with the white king above the a1-h8 diagonal is
-// the mirror image of one below it, found earlier in the order of nodes: it
-// has the same moves and what they give.
-void Solver::copy_twin(uint32_t node, const Pos& p) {
-  int mirrored[MAX_MEN];
-  for (int i = 0; i < s_.n; ++i) mirrored[i] = (p.sq[i] & 7) * 8 + (p.sq[i] >> 3);
-  const uint32_t twin = normal_node(p.side, mirrored);
-  const int8_t v = value_[node] = value_[twin];
-  const Moves m = moves_[node] = moves_[twin];
-  if (v == BYTE_UNDECIDED) {
-    if (m.exit != NO_EXIT && m.exit > 0) win_by_exit_[m.exit].push_back(node);
-  } else if (v > 0) {
-    win_at_[v].push_back(node);
-  } else if (v < 0 && v != BYTE_ILLEGAL) {
-    loss_at_[-v - 1].push_back(node);
-  }
-}
-
 // Every position with a move into `node`: men of the side that has just
 // moved go back, pawns by one or two squares; captures and promotions come
 // from other tables. A position from which the move leads here through an
 // en-passant square of its own counts too.
+//
+// Without pawns, the white king's step back needs care, so that a node is
+// reached as often as its moves lead into this node's positions. Below the
+// diagonal, this node stands for itself and its mirror image: a predecessor
+// with the king on the diagonal has a mirror image with a node of its own,
+// which moves into that image, and is offered too. On the diagonal, this
+// node stands for itself alone, and a predecessor with the king above the
+// diagonal moves into the mirror image's node: it is left out.
 template <typename F>
 void Solver::predecessors(uint32_t node, F visit) {
   Pos p, q;
@@ -469,9 +466,22 @@ void Solver::predecessors(uint32_t node, F visit) {
   const uint32_t here = normal_node(mover, p.sq);
   q.side = mover;
   // An illegal predecessor is offered too: its node says so.
+  const bool kingOnDiagonal = !s_.pawns && on_diagonal(p.sq[0]);
   auto offer = [&](int man, int from) {
     q.sq[man] = from;
     // Only the white king's move can change the fold.
+    if (man == 0 && !s_.pawns) {
+      const int f = fold_of(s_, from);
+      if (kingOnDiagonal && above_diagonal(from ^ f)) {
+        q.sq[0] = p.sq[0];
+        return;
+      }
+      if (!kingOnDiagonal && on_diagonal(from ^ f)) {
+        int image[MAX_MEN];
+        for (int i = 0; i < s_.n; ++i) image[i] = transposed(q.sq[i] ^ f);
+        visit(normal_node(mover, image));
+      }
+    }
     visit(man == 0 ? normal_node(mover, q.sq) : here + uint32_t(from - p.sq[man]) * stride_[man]);
     // The same men with the other side's pawn just gone two squares.
     for (int i = 0; s_.enPassant && i < s_.n; ++i) {
@@ -561,14 +571,27 @@ void Solver::Run(Table* out, Native* native) {
     if (v == BYTE_ILLEGAL) continue;
     Pos p;
     load(node, &p);
-    if (!s_.pawns && tb_pawnless_transposed(p.sq[p.side], p.sq[1 - p.side])) continue;
     bool twin = false;
     for (int i = 2; i + 1 < s_.n; ++i)
       twin |= s_.men[i].colour == s_.men[i + 1].colour && s_.men[i].kind == s_.men[i + 1].kind && p.sq[i] > p.sq[i + 1];
     if (twin) continue;
-    for (int i = 0; i < s_.n; ++i) lists[s_.men[i].colour][place[i]] = uint32_t(p.sq[i]);
-    const uint64_t index = tb_index_function(row_, p.side)(lists[0], lists[1], p.ep < 0 ? TB_NO_EP : p.ep, false);
-    out->values[p.side][index] = v;
+    const auto write = [&](const int* sq) {
+      for (int i = 0; i < s_.n; ++i) lists[s_.men[i].colour][place[i]] = uint32_t(sq[i]);
+      out->values[p.side][tb_index_function(row_, p.side)(lists[0], lists[1], p.ep < 0 ? TB_NO_EP : p.ep, false)] = v;
+    };
+    if (s_.pawns) {
+      write(p.sq);
+      continue;
+    }
+    // The mirror image across the diagonal: a node of its own when the white
+    // king stands on it, and otherwise read as the same index unless both
+    // kings stand on the diagonal once the side to move's king is folded.
+    int image[MAX_MEN];
+    for (int i = 0; i < s_.n; ++i) image[i] = transposed(p.sq[i]);
+    const int a = p.side, b = 1 - p.side;
+    const bool read = tb_pawnless_transposed(p.sq[a], p.sq[b]), imageRead = tb_pawnless_transposed(image[a], image[b]);
+    if (!(read && on_diagonal(p.sq[0]))) write(p.sq);
+    if (!read && !imageRead && !on_diagonal(p.sq[0])) write(image);
   }
   native->shape = s_;
   value_.resize(normal);
