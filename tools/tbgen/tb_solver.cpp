@@ -273,7 +273,7 @@ class Solver {
       for (; i < list.size() && next.size() < BATCH; ++i)
         predecessors(list[i], [&](uint32_t q) {
           __builtin_prefetch(&value_[q], 1);
-          if (Counting) __builtin_prefetch(&moves_[q], 1);
+          if (Counting) __builtin_prefetch(&count_[q], 1);
           next.push_back(q);
         });
       for (uint32_t q : ready) work(q);
@@ -289,21 +289,15 @@ class Solver {
     bucket->push_back(node);
   }
 
-  // The moves of an undecided position; its value is apart, so that the
-  // many visits to decided ones touch one byte.
-  struct Moves {
-    int16_t exit;     // the best move out of the table, or NO_EXIT
-    uint8_t count;    // moves inside the table not yet known to lose
-    uint8_t longest;  // the longest win among those that do
-  };
-
   int row_;
   Shape s_;
   int spaceBits_ = __builtin_ctzll(s_.space);
   uint32_t stride_[MAX_MEN] = {};  // of each man's square in a position number
   Exit exits_[MAX_MEN + 1][MAX_MEN + 1][TB_KINDS + 1];  // [captured + 1][promoted + 1][kind + 1]
+  // By node, each apart so that a visit touches only what it needs.
   std::vector<int8_t> value_;
-  std::vector<Moves> moves_;
+  std::vector<uint8_t> count_;  // moves inside the table not yet known to lose
+  std::vector<int16_t> exit_;   // the best move out of the table, or NO_EXIT
   std::unordered_map<uint64_t, uint32_t> ep_nodes_;
   std::vector<Pos> ep_pos_;
   std::vector<uint32_t> loss_at_[MAX_LEVEL + 1], win_at_[MAX_LEVEL + 1], win_by_exit_[MAX_LEVEL + 1];
@@ -433,7 +427,8 @@ void Solver::init_node(uint32_t node) {
     if ((from >> 3) == (side == 0 ? 1 : 6) && !(occupied & bit(from + 2 * up))) steps |= bit(from + 2 * up);
     stay(steps);
   }
-  moves_[node] = Moves{best, uint8_t(inside), 0};
+  count_[node] = uint8_t(inside);
+  exit_[node] = best;
   if (inside == 0) {
     const int16_t v = exits ? best : inCheck ? int16_t(-1) : int16_t(0);
     if (v > 0) decide(node, v, &win_at_[v]);
@@ -533,7 +528,8 @@ void Solver::Run(Table* out, Native* native) {
   }
   const size_t total = normal + ep_pos_.size();
   value_.assign(total, BYTE_UNDECIDED);
-  moves_.assign(total, Moves{NO_EXIT, 0, 0});
+  count_.assign(total, 0);
+  exit_.assign(total, NO_EXIT);
   for (uint32_t node = 0; node < total; ++node) init_node(node);
   for (int level = 0; level < MAX_LEVEL; ++level) {
     const int16_t win = int16_t(level + 1);
@@ -542,14 +538,13 @@ void Solver::Run(Table* out, Native* native) {
     });
     for (uint32_t q : win_by_exit_[win])
       if (value_[q] == BYTE_UNDECIDED) decide(q, win, &win_at_[win]);
+    // Wins are taken in rising order, so the move whose win ends the count
+    // is the longest one inside the table.
     visit_predecessors<true>(win_at_[win], [&](uint32_t q) {
-      if (value_[q] != BYTE_UNDECIDED) return;
-      Moves& n = moves_[q];
-      n.longest = std::max<uint8_t>(n.longest, uint8_t(win));
-      if (--n.count) return;
-      const int16_t e = n.exit;
+      if (value_[q] != BYTE_UNDECIDED || --count_[q]) return;
+      const int16_t e = exit_[q];
       if (e != NO_EXIT && e >= 0) return;  // a draw or a win by leaving the table
-      const int loss = std::max<int>(n.longest, e == NO_EXIT ? 0 : -e - 1);
+      const int loss = std::max<int>(win, e == NO_EXIT ? 0 : -e - 1);
       decide(q, int16_t(-loss - 1), &loss_at_[loss]);
     });
   }
