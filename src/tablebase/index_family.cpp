@@ -74,24 +74,10 @@ void build_slots() {
     }
 }
 
-constexpr uint64_t binomial(uint64_t n, int k) {
+constexpr uint64_t choose(uint64_t n, int k) {
   uint64_t r = 1;
   for (int i = 0; i < k; ++i) r = r * (n - i) / (i + 1);
   return k < 0 || n < uint64_t(k) ? 0 : r;
-}
-
-// Up to three like men on up to 64 squares, by a table: an index function
-// asks several times per call, and the divisions would cost more than the
-// rest of it.
-constexpr auto SMALL_BINOMIAL = [] {
-  std::array<std::array<uint64_t, 4>, 65> t{};
-  for (int n = 0; n <= 64; ++n)
-    for (int k = 0; k < 4; ++k) t[n][k] = binomial(n, k);
-  return t;
-}();
-
-inline uint64_t choose(uint64_t n, int k) {
-  return n <= 64 && k >= 0 && k <= 3 ? SMALL_BINOMIAL[n][k] : binomial(n, k);
 }
 
 // Number of a set of k distinct sorted ranks.
