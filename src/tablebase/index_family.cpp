@@ -325,7 +325,7 @@ uint64_t index_by_plan(const Plan& p, int side, const uint32_t* strong, const ui
     f = PAWN_FOLD[a] ^ FLIP_RANKS[flip] ^ (side ? 56 : 0);
   } else {
     f = PAWNLESS_FOLD[a];
-    transpose = !(IN_TRIANGLE[a ^ f] & (ON_OR_BELOW_DIAGONAL[b ^ f] | OFF_DIAGONAL[a ^ f]));
+    transpose = tb_pawnless_transposed(a, b);
   }
   auto norm = [&](int s) { return transpose ? TRANSPOSE[s ^ f] : s ^ f; };
   m.a = norm(a);
@@ -480,6 +480,11 @@ void InitIndexFamily() {
       }
   for (int row = 1; row < TB_ROWS; ++row)
     for (int side = 0; side < 2; ++side) build_plan(row, side);
+}
+
+bool tb_pawnless_transposed(int a, int b) {
+  const int f = PAWNLESS_FOLD[a];
+  return !(IN_TRIANGLE[a ^ f] & (ON_OR_BELOW_DIAGONAL[b ^ f] | OFF_DIAGONAL[a ^ f]));
 }
 
 TbIndexFunction tb_index_function(int row, int side) { return INDEX_MEMBERS[row * 2 + side]; }

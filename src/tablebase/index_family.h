@@ -32,6 +32,10 @@ void InitIndexFamily();
 // view (0: the strong side to move).
 TbIndexFunction tb_index_function(int row, int side);
 
+// Whether a pawnless position, the side to move's king on `a` and the
+// other on `b`, is read in its mirror image across the a1-h8 diagonal.
+bool tb_pawnless_transposed(int a, int b);
+
 // The men of one legal index value, in the table's own view: the strong side
 // is White and moves up the board.
 struct TbPlacement {

@@ -1,8 +1,8 @@
 // kpkp end to end: the generator solves it with every table its promotions
-// and captures lead into (some twenty four-man tables, which is why this
-// test is a long one), and each of its en-passant positions, with a sample
-// of the others, must agree with one ply of the reference move generator,
-// which knows en passant and promotion on its own.
+// and captures lead into (fifteen four-man tables), and each of its
+// en-passant positions, with a sample of the others, must agree with one ply
+// of the reference move generator, which knows en passant and promotion on
+// its own.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
