@@ -119,5 +119,5 @@ void NoteGoodMove(uint64_t key, Move move) {
   static char text[48];
   std::snprintf(text, sizeof(text), "!%" PRIx64 " %s", key, MoveToText(move));
   if (slave_lines && !is_child) return;  // the controller reads its own reports instead
-  print_silent("%s", text);
+  log_line("%s", text);
 }

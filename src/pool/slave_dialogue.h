@@ -39,7 +39,8 @@ void handle_set_hash_move(const char* line);
 void take_own_choice(int64_t elapsed);
 
 // The good-move line "!<key> <move>" of a deep node of the main search, in
-// the form a controller sends back: composed, and in a slave search of the
-// MainProcess sent nowhere.
-inline bool IsGoodMoveDepth(int32_t depth) { return depth > 2 * good_move_depth + 6; }
+// the form a controller sends back: composed and logged, and in a slave
+// search of the MainProcess sent nowhere. The bound is wide, so that any
+// goodmovedepth a go line names is a depth and never wraps.
+inline bool IsGoodMoveDepth(int32_t depth) { return depth > 2 * int64_t(good_move_depth) + 6; }
 void NoteGoodMove(uint64_t key, Move move);

@@ -40,9 +40,11 @@ TEST_P(GoDepthDialogue, AnswersOneLegalBestmoveWithAPonderMove) {
   EngineProcess engine;
   ASSERT_TRUE(engine.started()) << engine.start_error();
   const reference::Board board = c.game.Board();
-  ASSERT_TRUE(engine.send(c.game.Line() + "go depth " + std::to_string(c.depth) + "\n"));
+  // Good-move lines from every deep node go to the log, never to the front end.
+  ASSERT_TRUE(engine.send(c.game.Line() + "go goodmovedepth 0 depth " + std::to_string(c.depth) + "\n"));
   Answer answer;
   ASSERT_TRUE(ReadAnswer(engine, kReplyMs, &answer));
+  for (const std::string& line : answer.lines) EXPECT_TRUE(StartsWith(line, "info ")) << line;
   EXPECT_TRUE(LegalAnswer(board, answer));
   EXPECT_FALSE(answer.ponder.empty()) << "no ponder move after " << answer.best;
   // The last report is of the full depth, and its line starts with the move.
