@@ -212,7 +212,8 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
     const int32_t cut = i == 0 && SlaveCutsFirstMove() ? 2 : 0;
     int32_t score;
     const bool principal = d < 4 || (row.depth >= d - 2 && alpha < row.score && i < multi_pv);
-    if (TablebaseGate(d) && ProbeTablebase(&table, Them)) {
+    const bool tableHit = TablebaseGate(d) && ProbeTablebase(&table, Them);
+    if (tableHit) {
       score = -table;
     } else if (principal) {
       if (samples_on) SendSample("info sample %s issearching", MoveToText(m));
@@ -250,7 +251,8 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
     while (i > 0 && !SameNamedMove(m, root_list[i].move)) --i;
     if (!SameNamedMove(m, root_list[i].move)) break;
     const RootRecord& found = root_list[i];
-    if (principal && d >= SLAVE_REPORT_DEPTH && score <= alpha && SlaveReportsRow(i, score))
+    // A fail low of the open-window search; a table value is no search.
+    if (principal && !tableHit && d >= SLAVE_REPORT_DEPTH && score <= alpha && SlaveReportsRow(i, score))
       SlaveReport('<', m, score, found.pv);
     if (found.depth >= d - 2 && found.score > alpha && score <= alpha) {
       // The move that looked best has failed low: the front end hears of it.
