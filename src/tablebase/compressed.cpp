@@ -108,6 +108,14 @@ int BuildDecodeTable(DecodeTable* table, const uint8_t* lengths, int count, int 
   table->bits = bits;
   std::memset(table->entries, 0, sizeof(int16_t) << bits);
   if (!CanonicalCodes(lengths, count, codes)) return TB_BAD_CODE;
+  // A code of one symbol names it whatever its one bit says.
+  int used = 0, only = 0;
+  for (int s = 0; s < count; ++s)
+    if (lengths[s]) ++used, only = s;
+  if (used == 1) {
+    for (int i = 0; i < (1 << bits); ++i) table->entries[i] = int16_t(only << 5 | 1);
+    return 0;
+  }
   static bool filled[1 << TB_DECODE_BITS];
   std::memset(filled, 0, size_t(1) << bits);
   int nodes = 0;
