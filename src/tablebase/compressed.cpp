@@ -212,7 +212,8 @@ void FreeCompressedIndex(CompressedIndex* index) {
 int ReadCompressedHeader(FILE* file, CompressedIndex** out) {
   *out = nullptr;
   uint8_t head[80];
-  if (std::fseek(file, 0, SEEK_SET) || std::fread(head, 1, 80, file) != 80) return TB_READ_ERROR;
+  // A file too short for the fixed fields is no table of this format.
+  if (std::fseek(file, 0, SEEK_SET) || std::fread(head, 1, 80, file) != 80) return TB_FILE_BROKEN;
   const uint32_t headerLength = big_endian32(head + 64), log2 = head[70], blocks = big_endian32(head + 72);
   if (std::memcmp(head, TB_BANNER_WORDS, sizeof(TB_BANNER_WORDS) - 1) || log2 > 16 || headerLength < 84 ||
       head[71] != TB_DISTANCES || big_endian32(head + 76) != TB_FORMAT_MARK || blocks == 0 ||
@@ -244,6 +245,7 @@ int ReadCompressedHeader(FILE* file, CompressedIndex** out) {
       sizes[b] = v ? v : full;
       if (sizes[b] > index->maxCompressed) index->maxCompressed = sizes[b];
     }
+    index->maxCompressed += 32;  // room for the bit reader's look-ahead
     const uint32_t last = BitRead(&r, int(log2));
     index->blocks = blocks;
     index->blockSize = full;
