@@ -245,7 +245,7 @@ int ReadCompressedHeader(FILE* file, CompressedIndex** out) {
       sizes[b] = v ? v : full;
       if (sizes[b] > index->maxCompressed) index->maxCompressed = sizes[b];
     }
-    index->maxCompressed += 32;  // room for the bit reader's look-ahead
+    index->maxCompressed += 32;  // the work buffer keeps 32 bytes to spare
     const uint32_t last = BitRead(&r, int(log2));
     index->blocks = blocks;
     index->blockSize = full;
