@@ -65,6 +65,8 @@ void start_up(int argc, char** argv) {
   }
   hash_megabytes = hash.megabytes;
   if (!is_child && !overridden_parent_id) ReportHashBuild(hash);
+  // A child has its tables in place before it tells the MainProcess it is up.
+  tablebase_start(!is_child);
   if (is_child) {
     // Started through our own image, which the system would list by its
     // link's name.
@@ -72,7 +74,6 @@ void start_up(int argc, char** argv) {
     mark_child_ready();
   }
 
-  tablebase_start(!is_child);
   set_priority_choice(main_process_priority);
   for (;;) read_and_dispatch_line();
 }

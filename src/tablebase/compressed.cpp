@@ -108,6 +108,14 @@ int BuildDecodeTable(DecodeTable* table, const uint8_t* lengths, int count, int 
   table->bits = bits;
   std::memset(table->entries, 0, sizeof(int16_t) << bits);
   if (!CanonicalCodes(lengths, count, codes)) return TB_BAD_CODE;
+  // A code of one symbol names it whatever its one bit says.
+  int used = 0, only = 0;
+  for (int s = 0; s < count; ++s)
+    if (lengths[s]) ++used, only = s;
+  if (used == 1) {
+    for (int i = 0; i < (1 << bits); ++i) table->entries[i] = int16_t(only << 5 | 1);
+    return 0;
+  }
   static bool filled[1 << TB_DECODE_BITS];
   std::memset(filled, 0, size_t(1) << bits);
   int nodes = 0;
@@ -204,7 +212,8 @@ void FreeCompressedIndex(CompressedIndex* index) {
 int ReadCompressedHeader(FILE* file, CompressedIndex** out) {
   *out = nullptr;
   uint8_t head[80];
-  if (std::fseek(file, 0, SEEK_SET) || std::fread(head, 1, 80, file) != 80) return TB_READ_ERROR;
+  // A file too short for the fixed fields is no table of this format.
+  if (std::fseek(file, 0, SEEK_SET) || std::fread(head, 1, 80, file) != 80) return TB_FILE_BROKEN;
   const uint32_t headerLength = big_endian32(head + 64), log2 = head[70], blocks = big_endian32(head + 72);
   if (std::memcmp(head, TB_BANNER_WORDS, sizeof(TB_BANNER_WORDS) - 1) || log2 > 16 || headerLength < 84 ||
       head[71] != TB_DISTANCES || big_endian32(head + 76) != TB_FORMAT_MARK || blocks == 0 ||
@@ -236,6 +245,7 @@ int ReadCompressedHeader(FILE* file, CompressedIndex** out) {
       sizes[b] = v ? v : full;
       if (sizes[b] > index->maxCompressed) index->maxCompressed = sizes[b];
     }
+    index->maxCompressed += 32;  // the work buffer keeps 32 bytes to spare
     const uint32_t last = BitRead(&r, int(log2));
     index->blocks = blocks;
     index->blockSize = full;

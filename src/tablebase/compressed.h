@@ -61,7 +61,7 @@ int ReadCodeLengths(BitReader* r, uint8_t* lengths, int count);
 struct CompressedIndex {
   uint32_t marker;
   uint32_t blocks, blockSize, lastBlockSize;
-  uint32_t maxCompressed;      // largest compressed block, for the work buffer
+  uint32_t maxCompressed;      // largest compressed block and 32: the work buffer's bound
   uint32_t* groupOffsets;      // one per 16 blocks, and one past the end
   uint16_t* blockDistances;    // per block: from its group start, or back from the next one
   uint16_t* compressedSizes;   // per block, bytes; equal to the block's size for a stored block

@@ -45,6 +45,8 @@ bool ProbeLibraryTables(int32_t* result, int side) {
     for (int kind = 0; kind < 5; ++kind) {
       Bitboard men = position.pieceBits[2 * kind + colour];
       counts[colour * 5 + kind] = uint32_t(popcount(men));
+      // The list has four places a kind: a fifth man cannot be told.
+      if (counts[colour * 5 + kind] > 4) return false;
       for (int place = 4 + 4 * kind; men; men &= men - 1) squares[colour][place++] = uint32_t(__builtin_ctzll(men));
     }
   }
@@ -74,9 +76,13 @@ bool ProbeTableFiles(int32_t* result, int side) {
   const bool flip = leaf < 0;
   const int row = flip ? -leaf : leaf, tableSide = flip ? !side : side;
   const TbDescriptor& d = tb_descriptors[row];
-  // A symmetric row has only the file of its first side.
+  // A symmetric row has only the file of its first side; of a split row any
+  // part still there may hold the position.
   const int fileSide = (d.flags & TB_SYMMETRIC) ? 0 : tableSide;
-  if (!d.paths[fileSide][0] && !d.memoryTable[fileSide]) return false;
+  bool registered = d.memoryTable[fileSide] != nullptr;
+  for (int part = 0; part < ((d.flags & TB_SPLIT) ? TB_MAX_PARTS : 1); ++part)
+    registered = registered || d.paths[fileSide][part];
+  if (!registered) return false;
   const int ep = position.state.epSquare ? int(position.state.epSquare) : TB_NO_EP;
   const uint64_t index = (tableSide ? d.indexBlack : d.indexWhite)(lists[flip], lists[!flip], ep, flip);
   const int32_t v = ReadTableValue(row, tableSide, index);

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <cinttypes>
 #include <cstdlib>
 #include <cstring>
@@ -248,7 +249,7 @@ int RegisterTablebases(const char* pathList) {
   }
   if (compressed_seen) {
     tb_decode_block = static_cast<DecodeBlock*>(std::malloc(sizeof(DecodeBlock)));
-    if (!tb_decode_block) fatal_exit("EGTB - cannot allocate decode block: error code %d", 0);
+    if (!tb_decode_block) fatal_exit("EGTB - cannot allocate decode block: error code %d", errno);
     allocated_bytes += sizeof(DecodeBlock);
     tb_decode_block->magic = TB_DECODE_MAGIC;
   }
