@@ -317,6 +317,9 @@ void reset_notation_lines() {
 }
 
 void note_position_move(const char* word, size_t remaining, int index) {
+  // A word that reads as no move passes the turn on the Position; the side
+  // board follows, so that the moves behind it are still notated.
+  notation_board.side = sideToMove;
   const int mover = notation_board.side;
   const int line = 3 - (int(remaining) + (mover == WHITE ? -4 : 1)) / 10;
   char figurine[32] = "";
