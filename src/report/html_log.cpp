@@ -317,6 +317,9 @@ void reset_notation_lines() {
 }
 
 void note_position_move(const char* word, size_t remaining, int index) {
+  // A word that reads as no move passes the turn on the Position; the side
+  // board follows, so that the moves behind it are still notated.
+  notation_board.side = sideToMove;
   const int mover = notation_board.side;
   const int line = 3 - (int(remaining) + (mover == WHITE ? -4 : 1)) / 10;
   char figurine[32] = "";
@@ -410,13 +413,20 @@ void html_root_report(const RootRecord& row, bool first_row) {
     char score[96];
     std::snprintf(score, sizeof(score), "<font style=\"width:76px\">%s%d.%d--</font>", v < 0 ? "-" : "+", a / 100,
                   a % 100 / 10);
+    // Its depth counts as shown only once the row is written.
+    const int32_t deepest = rows.deepest_shown;
     build_row(row, score, rows.fail_low, sizeof(rows.fail_low));
+    rows.deepest_shown = deepest;
     rows.fail_low_move = row.move;
+    rows.fail_low_depth = row.depth;
     return;
   }
   if (row.depth <= 12 || row.lower || row.upper) return;
   if (rows.pending[0] && row.time >= 200) write_row(rows.pending);
-  if (rows.fail_low[0] && row.move != rows.fail_low_move) write_row(rows.fail_low);
+  if (rows.fail_low[0] && row.move != rows.fail_low_move) {
+    write_row(rows.fail_low);
+    if (rows.fail_low_depth > rows.deepest_shown) rows.deepest_shown = rows.fail_low_depth;
+  }
   char score[96], text[4096];
   score_column(row.score, score, sizeof(score));
   build_row(row, score, text, sizeof(text));

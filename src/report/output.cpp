@@ -33,6 +33,10 @@ int32_t uci_log_lines = 0;
 
 namespace {
 
+// The seconds of the log's last line; -1 before its first, so that every log
+// opens with its seconds column at 0.
+int64_t last_log_seconds = -1;
+
 // Long enough for a full principal variation with its info fields.
 constexpr size_t LINE_SIZE = 8192;
 
@@ -67,13 +71,12 @@ void write_log(const char* text) {
   size_t length = std::strlen(line);
   if (length >= 2 && (line[length - 1] == '\n' || line[length - 1] == '\r')) line[--length] = 0;
   // The seconds column shows only when it changes.
-  static int64_t last_seconds = -1;
   int64_t seconds = int64_t((tick_ms() - uci_log_start_tick) / 1000);
-  if (seconds == last_seconds)
+  if (seconds == last_log_seconds)
     std::fprintf(uci_log, "        %s\n", line);
   else
     std::fprintf(uci_log, "%6d  %s\n", int(seconds), line);
-  last_seconds = seconds;
+  last_log_seconds = seconds;
   ++uci_log_lines;
   std::fflush(uci_log);
 }
@@ -132,6 +135,7 @@ bool open_uci_log() {
   uci_log = std::fopen(uci_log_name, "we");
   uci_log_start_tick = tick_ms();
   uci_log_lines = 0;
+  last_log_seconds = -1;
   write_uci_log_head();
   return uci_log != nullptr;
 }
