@@ -137,8 +137,9 @@ void set_log_directory(const char* text) {
   char before[LOG_PATH_SIZE];
   std::snprintf(before, sizeof(before), "%s", log_directory);
   const size_t length = std::strlen(wanted);
+  // An empty value is the working directory, and stays empty.
   std::snprintf(log_directory, sizeof(log_directory), "%s%s", wanted,
-                length && wanted[length - 1] == '/' ? "" : "/");
+                !length || wanted[length - 1] == '/' ? "" : "/");
   report_text("Log directory set to '%s' (had been '%s').", log_directory, before[0] ? before : "<empty>");
 }
 
