@@ -51,30 +51,6 @@ void platform_start() {
   std::setvbuf(stdout, nullptr, _IONBF, 0);
 }
 
-void processor_description(double* mhz, char* name, size_t size) {
-  *mhz = 0;
-  if (size) name[0] = 0;
-  FILE* info = std::fopen("/proc/cpuinfo", "r");
-  if (!info) return;
-  char line[512];
-  bool haveName = false, haveSpeed = false;
-  while ((!haveName || !haveSpeed) && std::fgets(line, sizeof(line), info)) {
-    char* colon = std::strchr(line, ':');
-    if (!colon) continue;
-    char* value = colon + 1;
-    while (*value == ' ') ++value;
-    value[std::strcspn(value, "\n")] = 0;
-    if (!haveName && std::strncmp(line, "model name", 10) == 0) {
-      std::snprintf(name, size, "%s", value);
-      haveName = true;
-    } else if (!haveSpeed && std::strncmp(line, "cpu MHz", 7) == 0) {
-      *mhz = std::atof(value);
-      haveSpeed = true;
-    }
-  }
-  std::fclose(info);
-}
-
 extern char** environ;
 
 int spawn_listener(const char* program, char* const argv[], int input, int* pid) {

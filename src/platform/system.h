@@ -26,6 +26,3 @@ int spawn_listener(const char* program, char* const argv[], int input, int* pid)
 // of our output must not kill us by a signal; the input end tells instead.
 void platform_start();
 
-// The nominal clock in MHz and the model name of the first processor, from
-// the kernel's description; 0 and an empty name when it cannot be read.
-void processor_description(double* mhz, char* name, size_t size);

@@ -12,6 +12,7 @@
 #include "eval/eval_settings.h"
 #include "hash/saved_table.h"
 #include "hash/table.h"
+#include "platform/machine.h"
 #include "platform/system.h"
 #include "pool/children.h"
 #include "report/output.h"
@@ -353,9 +354,8 @@ MillipawnSetting millipawn_setting(int index) {
 }
 
 void system_line(char* buffer, int size) {
-  double mhz = 0;
-  char name[256] = "";
-  processor_description(&mhz, name, sizeof(name));
+  MachineDescription machine;
+  describe_machine(&machine);
   char hash[32];
   std::snprintf(hash, sizeof(hash), "%u Mb", hash_megabytes);
   static const char* const PIECES[] = {"None", "4-Man", "5-Man", "6-Man", "7-Man"};
@@ -363,9 +363,9 @@ void system_line(char* buffer, int size) {
   std::snprintf(buffer, size_t(size),
                 "Cores: %-2d    Nominal Clock Speed: %5.3f GHz    Hash Size: %-8s    Page Size: %-6d    Large "
                 "Pages: %-8s    Tablebases: %-5s    Config File: %-5s    Processor Type: %s ",
-                process_count, double(float(mhz * 0.001)), hash, int(sysconf(_SC_PAGESIZE)),
+                process_count, double(float(machine.mhz * 0.001)), hash, int(sysconf(_SC_PAGESIZE)),
                 large_page_status == 0 ? "Enabled" : "Disabled", PIECES[pieces], config_file_read ? "True" : "False",
-                name);
+                machine.processor_name);
 }
 
 void print_option_list() {
