@@ -230,6 +230,13 @@ HashBuildReport BuildHashTable(uint32_t megabytes, bool large_pages, bool keep_n
 
 HashBuildReport AttachHashTable() {
   HashBuildReport report;
+  // A controller's table, once joined, is kept through our rebuilds: its
+  // owner chose the size, and may have removed the name already.
+  if (HashTableIsShared() && !owned) {
+    report.ok = true;
+    report.megabytes = uint32_t(hash_words >> 17);
+    return report;
+  }
   drop_table();
   char name[SHARED_NAME_SIZE];
   HashMappingName(name, sizeof(name));

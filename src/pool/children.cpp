@@ -241,16 +241,16 @@ HashBuildReport build_process_pool(uint32_t megabytes) {
 
   process_count = max_cpus < cpu_count ? max_cpus : cpu_count;
   if (process_count < 1) process_count = 1;
-  const int children = process_count - 1;
   const HashBuildReport hash =
-      overridden_parent_id ? AttachHashTable() : BuildHashTable(megabytes, use_large_pages, children > 0);
-  // The stand-in table of our own memory cannot be joined: no children then.
-  if (!HashTableIsShared()) {
-    process_count = 1;
-    return hash;
-  }
-
+      overridden_parent_id ? AttachHashTable() : BuildHashTable(megabytes, use_large_pages, process_count > 1);
   char name[SHARED_NAME_SIZE], error[SHARED_ERROR_SIZE];
+  // The stand-in table of our own memory cannot be joined, nor can a
+  // controller's table whose name its owner has removed: no children then.
+  HashMappingName(name, sizeof(name));
+  if (!HashTableIsShared() || (overridden_parent_id && !shared_name_exists(name))) process_count = 1;
+  if (!HashTableIsShared()) return hash;
+  const int children = process_count - 1;
+
   sync_area_name(name, sizeof(name));
   if (!create_shared_mapping(sync_mapping, name, SYNC_AREA_BYTES, error, sizeof(error)))
     fatal_exit("Shared status not available: %s", error);

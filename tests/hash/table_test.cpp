@@ -375,9 +375,15 @@ TEST(HashTableAttach, JoinsTheOwnersWordsWithoutClearing) {
   // Releasing our view leaves the owner's name alone.
   ReleaseHashTable();
   EXPECT_TRUE(shared_name_exists(name));
+  // Joined again, the table stays through a rebuild once the owner has
+  // removed its name.
+  ASSERT_TRUE(AttachHashTable().ok);
   unlink_shared_mapping(owner);
-  unmap_shared_mapping(owner);
   EXPECT_FALSE(shared_name_exists(name));
+  ASSERT_TRUE(AttachHashTable().ok);
+  EXPECT_EQ(LoadBucket(kKey).word[1], Word(kCheck, 14, 0, kExact, 3, 4));
+  ReleaseHashTable();
+  unmap_shared_mapping(owner);
 
   // Nothing to join: a text, no table.
   report = AttachHashTable();

@@ -3,10 +3,13 @@
 // lines about its own moves; deny and take narrow a running search; "#"
 // follows the node figure; "!" sets the move of an upper-bound entry only.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
+#include <fstream>
+#include <iterator>
 #include <regex>
 #include <set>
 #include <string>
@@ -173,6 +176,40 @@ TEST(SlaveDialogue, TwoEnginesShareTheRootMovesAndNarrowTheirSearches) {
     }
   }
   EXPECT_TRUE(bounds.count("ub") && bounds.count("ex")) << "the table held no upper-bound or exact entry two plies on";
+}
+
+// The controller as a front end sees it: its engines start on one table of
+// its own whose name is gone once they are up, a depth and a stop after
+// infinite get legal moves, and the end of input ends it cleanly.
+TEST(SlaveDialogue, ControllerPlaysOnOneSharedTable) {
+  EngineProcess controller(QUORL_CONTROLLER, {QUORL_CONTROLLER, "--engines", "2", "--hash", "8", QUORL_BINARY});
+  ASSERT_TRUE(controller.started()) << controller.start_error();
+  const std::string id = std::to_string(controller.pid());
+  const std::string table = "/dev/shm/quorlOldSync1" + id;
+  ASSERT_TRUE(controller.send("uci\n"));
+  ASSERT_TRUE(ReadIdBlock(controller));
+  EXPECT_NE(access(table.c_str(), F_OK), 0) << table << " outlives the engines' start";
+  std::ifstream children("/proc/" + id + "/task/" + id + "/children");
+  int engines = 0;
+  for (std::string pid; children >> pid; ++engines) {
+    std::ifstream cmdline("/proc/" + pid + "/cmdline");
+    const std::string words((std::istreambuf_iterator<char>(cmdline)), std::istreambuf_iterator<char>());
+    EXPECT_NE(words.find(std::string(1, '\0') + id + '\0' + "1" + '\0' + "8"), std::string::npos) << words;
+  }
+  EXPECT_EQ(engines, 2);
+
+  reference::Board board;
+  ASSERT_TRUE(board.SetFen(kFen));
+  Answer answer;
+  ASSERT_TRUE(controller.send(std::string("position fen ") + kFen + "\ngo depth 9\n"));
+  ASSERT_TRUE(ReadAnswer(controller, kReplyMs, &answer));
+  EXPECT_EQ(answer.best, kMate);
+  ASSERT_TRUE(controller.send("go infinite\n"));
+  ASSERT_TRUE(AwaitDepth(controller, 8));
+  ASSERT_TRUE(controller.send("stop\n"));
+  ASSERT_TRUE(ReadAnswer(controller, kPromptMs, &answer));
+  EXPECT_TRUE(LegalAnswer(board, answer));
+  ExpectCleanEnd(controller);
 }
 
 }  // namespace
