@@ -20,15 +20,16 @@ struct KnownSize {
   uint64_t size[2];
 };
 
-// The en-passant part of kppkp with White to move ends one value later here
-// than in real files (84219361): the rule for the last pattern those files
-// leave out is not known, and a value past the end is never read.
-constexpr uint64_t KPPKP_WHITE = 84219362;
+// Real kppkp files with White to move end one value before the rule's last
+// legal index: that value (kings d8 and h8, Black's g-pawn just come to g5
+// beside White's h5, White's other pawn on h7) is held by no file. The size
+// is the files', and a probe past it reads as no value.
+constexpr int KPPKP_WHITE_SHORT_BY = 1;
 
 // Sizes of real files; a symmetric row has one file, of the first size.
 constexpr KnownSize KNOWN[] = {
     {"kpk", {81664, 84012}},          {"kqk", {25629, 28644}},
-    {"kpkp", {3863492, 3863492}},     {"kppkp", {KPPKP_WHITE, 89391280}},
+    {"kpkp", {3863492, 3863492}},     {"kppkp", {84219361, 89391280}},
     {"knnknn", {1301488080, 1301488080}}, {"kqqpkq", {7297961576, 8514011520}},
 };
 constexpr uint64_t LARGEST = 18096480000ull;
@@ -52,6 +53,7 @@ int main(int argc, char** argv) {
       sizes[row][side] = table_size(row, side);
       if (sizes[row][side] > largest) largest = sizes[row][side];
     }
+  sizes[tb_row_by_name("kppkp")][0] -= KPPKP_WHITE_SHORT_BY;
   bool ok = largest == LARGEST;
   if (!ok) std::fprintf(stderr, "gen_tb_sizes: largest %" PRIu64 ", expected %" PRIu64 "\n", largest, LARGEST);
   for (const KnownSize& k : KNOWN) {

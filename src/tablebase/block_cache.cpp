@@ -178,6 +178,8 @@ int32_t ReadBlock(int row, int side, uint32_t block, uint32_t offset) {
 int32_t ReadTableValue(int row, int side, uint64_t index) {
   TbDescriptor& d = tb_descriptors[row];
   if (d.flags & TB_SYMMETRIC) side = 0;
+  // The files of a row may end before its last index (kppkp).
+  if (index >= d.size[side]) return TB_NO_VALUE;
   int32_t b;
   if (d.memoryTable[side]) {
     b = d.memoryTable[side][index];

@@ -572,7 +572,9 @@ void Solver::Run(Table* out, Native* native) {
     if (twin) continue;
     const auto write = [&](const int* sq) {
       for (int i = 0; i < s_.n; ++i) lists[s_.men[i].colour][place[i]] = uint32_t(sq[i]);
-      out->values[p.side][tb_index_function(row_, p.side)(lists[0], lists[1], p.ep < 0 ? TB_NO_EP : p.ep, false)] = v;
+      const uint64_t index = tb_index_function(row_, p.side)(lists[0], lists[1], p.ep < 0 ? TB_NO_EP : p.ep, false);
+      // A table may end before its last index, as real kppkp files do.
+      if (index < out->values[p.side].size()) out->values[p.side][index] = v;
     };
     if (s_.pawns) {
       write(p.sq);
