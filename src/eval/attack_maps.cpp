@@ -8,11 +8,14 @@ struct PlainAttacks {
   Bitboard pawns, minors, rooks, all;
 };
 
-PlainAttacks PlainAttacksOf(const Position& p, int colour) {
+template <int Us>
+PlainAttacks PlainAttacksOf(const Position& p) {
+  constexpr int colour = Us;
   const Bitboard* men = p.pieceBits;
   const Bitboard occupied = p.occupied;
   PlainAttacks a;
-  a.pawns = colour == WHITE ? WhitePawnAttacks(men[PAWN_INDEX + WHITE]) : BlackPawnAttacks(men[PAWN_INDEX + BLACK]);
+  if constexpr (Us == WHITE) a.pawns = WhitePawnAttacks(men[PAWN_INDEX + WHITE]);
+  else a.pawns = BlackPawnAttacks(men[PAWN_INDEX + BLACK]);
   a.minors = 0;
   for (Bitboard b = men[KNIGHT_INDEX + colour]; b; b &= b - 1) a.minors |= KNIGHT_ATTACKS[lowest_square(b)];
   for (Bitboard b = men[BISHOP_INDEX + colour]; b; b &= b - 1) a.minors |= BishopAttacks(lowest_square(b), occupied);
@@ -35,11 +38,11 @@ Bitboard InDanger(const Position& p, int colour, const PlainAttacks& own, const 
 
 }  // namespace
 
-void AttackedByWhite(NodeRecord* node) { node->whiteAttacks = PlainAttacksOf(position, WHITE).all; }
+void AttackedByWhite(NodeRecord* node) { node->whiteAttacks = PlainAttacksOf<WHITE>(position).all; }
 
 void AttackMaps(NodeRecord* node) {
   const Position& p = position;
-  const PlainAttacks white = PlainAttacksOf(p, WHITE), black = PlainAttacksOf(p, BLACK);
+  const PlainAttacks white = PlainAttacksOf<WHITE>(p), black = PlainAttacksOf<BLACK>(p);
   node->whiteAttacks = white.all;
   node->blackAttacks = black.all;
   node->whiteThreatened = InDanger(p, WHITE, white, black);

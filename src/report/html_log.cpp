@@ -95,14 +95,11 @@ struct RowState {
 };
 RowState rows;
 
-// The score in pawns from White's side: "+0.25", "-1.50", "#3".
+// The score column, from White's side.
 void score_column(int32_t score, char* text, size_t size) {
-  const int32_t v = sideToMove == BLACK ? -score : score;
-  if (v > 8000 || v < -8000)
-    std::snprintf(text, size, "<font style=\"width:76px\">#%d</font>", v > 0 ? (8160 - v) / 2 : (-8160 - v) / 2);
-  else
-    std::snprintf(text, size, "<font style=\"width:76px\">%s%d.%02d</font>", v < 0 ? "-" : "+", (v < 0 ? -v : v) / 100,
-                  (v < 0 ? -v : v) % 100);
+  char pawns[32];
+  pawn_score_text(sideToMove == BLACK ? -score : score, pawns, sizeof(pawns));
+  std::snprintf(text, size, "<font style=\"width:76px\">%s</font>", pawns);
 }
 
 void time_column(uint64_t ms, char* text, size_t size) {
@@ -236,6 +233,12 @@ const char* man_text(const NotationBoard& board, int kind, int colour, int from)
 }
 
 }  // namespace
+
+int pawn_score_text(int32_t v, char* text, size_t size) {
+  if (v > 8000 || v < -8000) return std::snprintf(text, size, "#%d", v > 0 ? (8160 - v) / 2 : (-8160 - v) / 2);
+  const int32_t a = v < 0 ? -v : v;
+  return std::snprintf(text, size, "%s%d.%02d", v < 0 ? "-" : "+", a / 100, a % 100);
+}
 
 bool notate_move(NotationBoard* board, const char* word, char* text, size_t size) {
   const int from = square_named(word);

@@ -33,6 +33,10 @@ bool notate_move(NotationBoard* board, const char* word, char* text, size_t size
 // board; stops at the first move that does not fit the board.
 void notate_line(NotationBoard* board, const char* words, char* text, size_t size);
 
+// A score from White's side in pawns as the html log shows it: "+0.25",
+// "-1.50", "#3"; returns the length written.
+int pawn_score_text(int32_t v, char* text, size_t size);
+
 // The last four full moves of the position line beside the html board.
 void reset_notation_lines();
 // A move of the position line, before it is made; `remaining` counts the

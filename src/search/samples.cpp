@@ -70,14 +70,7 @@ int32_t WhiteView(const NodeRecord* node, int32_t v) {
 // The node's value from White's side in the short form of the html log;
 // `bound` equal to the value marks it.
 const char* ScoreShort(const NodeRecord* node, int32_t v, int32_t bound) {
-  const int32_t w = WhiteView(node, v);
-  int length;
-  if (w >= -8000 && w <= 8000) {
-    const int32_t a = w < 0 ? -w : w;
-    length = std::snprintf(score_text, sizeof(score_text), "%s%d.%02d", w < 0 ? "-" : "+", a / 100, a % 100);
-  } else {
-    length = std::snprintf(score_text, sizeof(score_text), "#%d", w > 8000 ? (8160 - w) / 2 : (-8160 - w) / 2);
-  }
+  const int length = pawn_score_text(WhiteView(node, v), score_text, sizeof(score_text));
   if (v == bound && length > 0)
     std::snprintf(score_text + length, sizeof(score_text) - size_t(length), "%s", PlyIndex(node) & 1 ? "`--" : "`!");
   return score_text;
