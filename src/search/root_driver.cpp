@@ -196,7 +196,8 @@ int32_t RootMoveLoop(int32_t alpha, int32_t beta, int32_t d) {
     const Move m = root_list[i].move;
     current_root_move = m;
     current_root_number = i + 1;
-    if (!slave_lines && d >= 28 && SearchTime() > 1000)
+    // SearchTime counts one more than the milliseconds that have passed.
+    if (!slave_lines && d >= 28 && SearchTime() - 1 > 1000)
       send_progress_line("info currmove %s currmovenumber %d", MoveToText(m), i + 1);
     SavedState saved;
     MakeMove<Us>(m, &saved, root);
