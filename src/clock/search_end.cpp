@@ -116,6 +116,13 @@ void end_of_search() {
     send_line("bestmove 0000");
     return;
   }
+  // A stray stop or ponderhit after a new position finds the last search's
+  // move, which belongs to another board: nothing is owed, and it is not
+  // played on this one.
+  if (!bestmove_open && !IsLegalHere(best)) {
+    log_line("bestmove %s (filtered out)", MoveToText(best));
+    return;
+  }
   if (randomizer_table) {
     if (sideToMove == WHITE) MarkBestMovePosition<WHITE>(best);
     else MarkBestMovePosition<BLACK>(best);

@@ -247,9 +247,16 @@ bool notate_move(NotationBoard* board, const char* word, char* text, size_t size
   const int code = board->code[from];
   if (!code || (code & 1) != board->side) return false;
   const int colour = board->side, kind = kind_of(code);
-  const bool en_passant = kind == PAWN && (from ^ to) & 7 && !board->code[to];
+  // The moves of a position line are trusted, not checked: only a pawn's
+  // step to a neighbouring file one rank ahead takes en passant, and only a
+  // king's two steps from its own start square castle.
+  const int ahead = colour == WHITE ? 8 : -8;
+  const int files_apart = (from & 7) - (to & 7);
+  const bool en_passant = kind == PAWN && (to & ~7) - (from & ~7) == ahead &&
+                          (files_apart == 1 || files_apart == -1) && !board->code[to];
   const bool capture = board->code[to] || en_passant;
-  const bool castling = kind == KING && (from - to == 2 || to - from == 2);
+  const bool castling =
+      kind == KING && from == (colour == WHITE ? 4 : 60) && (from - to == 2 || to - from == 2);
 
   // Rivals of the same kind that could go there too, less the pinned ones.
   // A pawn's capture in letters names its file, which tells it apart.

@@ -100,6 +100,10 @@ Move ReplyFromTable(Move first) {
   return reply;
 }
 
+bool IsLegalHere(Move m) {
+  return (sideToMove == WHITE ? FindLegalMove<WHITE>(m, &walk_records[1]) : FindLegalMove<BLACK>(m, &walk_records[1])) != 0;
+}
+
 uint64_t NodeFigure() {
   const int32_t processes = process_count > 1 ? process_count : 1;
   return uint64_t(double(counted_nodes()) * processes);

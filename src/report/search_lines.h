@@ -24,6 +24,8 @@ void WalkTableLine(int side, int length, char* buffer, size_t size);
 // The move that the table holds for the position after `first`: the last
 // matching entry with a move decides; 0 when it holds none or an illegal one.
 Move ReplyFromTable(Move first);
+// Whether `m` is a legal move of the present position.
+bool IsLegalHere(Move m);
 
 // The reported node figure: counted nodes times the processes of the pool.
 uint64_t NodeFigure();

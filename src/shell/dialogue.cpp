@@ -130,7 +130,8 @@ void handle_write(const char* line) {
   if (!blank) return;
   uint64_t entry, key;
   if (!deepest_entry(blank + 1, &entry, &key)) return;
-  StoreForced(key, HashEntry::BestMove(entry), score + HashEntry::VALUE_BIAS);
+  // Any number is taken; the entry keeps what fits its score field.
+  StoreForced(key, HashEntry::BestMove(entry), int32_t(uint32_t(score) + HashEntry::VALUE_BIAS));
 }
 
 void handle_slave_mode(const char* line) {

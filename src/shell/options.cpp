@@ -3,6 +3,7 @@
 #include <strings.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -288,7 +289,9 @@ bool set_millipawns(const char* text) {
     if (!starts_with(text, option.test)) continue;
     send_to_children("setoption name %s", text);
     const int32_t before = *option.value;
-    *option.value = value_of(text, option.test);
+    // Held to the listed range: the evaluation adds these up over every
+    // man on the board, which must not overflow.
+    *option.value = std::clamp(value_of(text, option.test), -10000, 10000);
     report_text("%s set to %d millipawns (had been %d millipawns).", option.reply, *option.value, before);
     return true;
   }

@@ -110,6 +110,11 @@ TEST(EngineDialogue, NonsensePositionsSayNothingButTheFenReport) {
       "position fen kkkkkkkk/8/8/8/8/8/8/KKKKKKKK w KQkq e3 moves e1e2 a3b4",
       "position fen 9/9/9/9/9/9/9/9 w - -",
       "position fen 8/8/8/8/8/8/8/8 w - h6 moves h5g6",
+      // Pawns stepping sideways; kings two squares from a corner, off their
+      // start squares.
+      "position startpos moves e2d2 e7f7",
+      "position fen 4k3/8/8/8/8/8/8/2K5 w - - 0 1 moves c1a1 e8c8",
+      "position fen 5k2/8/8/8/8/8/8/6K1 b - - 0 1 moves f8h8 g1e1",
       shuffle,
   };
   EngineProcess engine;
@@ -121,6 +126,12 @@ TEST(EngineDialogue, NonsensePositionsSayNothingButTheFenReport) {
     for (const auto& reply : *replies) EXPECT_EQ(reply, kInvalidFen);
   }
   EXPECT_EQ(RepliesTo(engine, "position startpos\nstop\n"), Lines{"bestmove 0000"});
+  // A stray stop or ponderhit after a search owes nothing, and must not
+  // play that search's move on the new board.
+  Answer answer;
+  ASSERT_TRUE(engine.send("go depth 2\n"));
+  ASSERT_TRUE(ReadAnswer(engine, 10000, &answer));
+  EXPECT_EQ(RepliesTo(engine, "position fen 4k3/8/8/8/8/8/8/K7 w - - 0 1\nstop\nponderhit\n"), Lines{});
   ExpectCleanEnd(engine);
 }
 

@@ -115,6 +115,8 @@ TEST_F(OptionDialogue, RepliesAndClamps) {
             V{"info string White pawn adjustment set to 120 millipawns (had been 0 millipawns)."});
   EXPECT_EQ(Set("Opposite Colored Bishops Endgame Penalty millipawns value -40"),
             V{"info string Opposite colored bishops endgame penalty set to -40 millipawns (had been 0 millipawns)."});
+  EXPECT_EQ(Set("Black Queen millipawns value -2147483648"),
+            V{"info string Black queen adjustment set to -10000 millipawns (had been 0 millipawns)."});
   EXPECT_EQ(Set("Score Offset millipawns value 15"),
             V{"info string Score offset set to 15 millipawns (had been 0 millipawns)."});
   EXPECT_EQ(Set("TC Buffer value 7"), V{"info string TC Buffer set to 7 seconds"});
@@ -176,8 +178,9 @@ TEST_F(OptionDialogue, SavedTableGoesToAFileAndComesBack) {
   ASSERT_NE(mkdtemp(pattern), nullptr);
   const std::string dir = pattern, file = dir + "/analysis.bin";
   const std::string fen = "4k3/8/8/8/8/8/4P3/4K3 w - - 0 1";
-  // An exact entry of the greatest depth, then the table to the file.
-  ASSERT_TRUE(engine.send("write 123 " + fen + "\n"));
+  // An exact entry of the greatest depth (a score past every bound first,
+  // then the one kept), then the table to the file.
+  ASSERT_TRUE(engine.send("write 2147483647 " + fen + "\nwrite 123 " + fen + "\n"));
   Set("Hash File value " + file);
   EXPECT_EQ(Set("Save Hash"), V{"info string Save hash invoked and succeeded - 32 mb saved to " + file + "."});
   struct stat status;
