@@ -205,7 +205,7 @@ void read_go_line(char* line) {
       const char* text = value();
       const uint64_t v = text ? std::strtoull(text, nullptr, 10) : 0;
       node_limit = v >= 2101 ? v - 2000 : 100;
-    } else if (!std::strcmp(word, "mate")) mate_limit = std::abs(number(value()));
+    } else if (!std::strcmp(word, "mate")) mate_limit = int32_t(std::llabs(number(value())));
     else if (!std::strcmp(word, "infinite")) wait_for_gui = true;
     else if (!std::strcmp(word, "ponder")) wait_for_gui = ponder_search = true;
     else if (!std::strcmp(word, "lastsearchwaspmiss")) last_search_was_ponder_miss = true;

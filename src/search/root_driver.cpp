@@ -1,5 +1,6 @@
 #include "search/root_driver.h"
 
+#include <algorithm>
 #include <csetjmp>
 #include <cinttypes>
 #include <cstdlib>
@@ -306,9 +307,9 @@ template <int Us>
 int32_t AspirationDriver(int32_t d) {
   pv_note_ply = 256;
   const int32_t last = root_list[0].score;
-  // The controller's floor under the window; below the mated score it is
-  // that score, so that no minscore of a go line wraps.
-  const int32_t floor = std::max(min_score, 1 - KING_CAPTURE_SCORE) - 1;
+  // The controller's floor under the window, held within the scores a
+  // search can give, so that no minscore of a go line wraps.
+  const int32_t floor = std::clamp(min_score, 1 - KING_CAPTURE_SCORE, KING_CAPTURE_SCORE) - 1;
   if (d >= 6 && multi_pv == 1 && last >= -500 && last <= 500) {
     int32_t alpha = std::max(last - 15, floor), beta = alpha + 27, step = 20;
     bool first = true;

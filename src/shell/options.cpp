@@ -255,7 +255,7 @@ void set_tablebase_cache(const char* text) {
   send_to_children("setoption name %s", text);
   const int32_t before = nalimov_cache_mb;
   nalimov_cache_mb = number_at(text, 19);
-  UseTablebaseCache(uint64_t(nalimov_cache_mb) << 20);
+  UseTablebaseCacheMb(nalimov_cache_mb);
   report_text("Tablebase cache size set to %d Mb (had been %d Mb).", nalimov_cache_mb, before);
 }
 

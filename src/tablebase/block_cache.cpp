@@ -119,6 +119,8 @@ void UseTablebaseCache(uint64_t bytes) {
   ResetCache();
 }
 
+void UseTablebaseCacheMb(int32_t megabytes) { UseTablebaseCache(megabytes > 0 ? uint64_t(megabytes) << 20 : 0); }
+
 bool tb_cache_exists() { return cache_made; }
 int tb_cache_slots() { return slot_count; }
 

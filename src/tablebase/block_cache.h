@@ -12,6 +12,9 @@ constexpr int32_t TB_NO_VALUE = 32767;
 // Frees the cache and, when `bytes` is at least 56, makes one with room for
 // bytes / 8284 blocks.
 void UseTablebaseCache(uint64_t bytes);
+// The same in megabytes, as the option gives them; a size below nothing is
+// no cache.
+void UseTablebaseCacheMb(int32_t megabytes);
 bool tb_cache_exists();
 int tb_cache_slots();
 

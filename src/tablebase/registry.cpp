@@ -274,7 +274,7 @@ void TablebaseSummary() {
 void tablebase_start(bool mainProcess) {
   if (configured.nalimov_cache) send_to_children("setoption name NalimovCache value %d", nalimov_cache_mb);
   if (configured.nalimov_cache || configured.nalimov_path) {
-    UseTablebaseCache(uint64_t(nalimov_cache_mb) << 20);
+    UseTablebaseCacheMb(nalimov_cache_mb);
     if (configured.nalimov_path) {
       send_to_children("setoption name NalimovPath value %s", nalimov_path);
       TablebaseSummary();
