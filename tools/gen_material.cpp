@@ -370,9 +370,10 @@ int main(int argc, char** argv) {
                          "// Written at build time by tools/gen_material.cpp from the rule in its header.\n"
                          "// Do not edit.\n"
                          "#include \"eval/material.h\"\n\n"
-                         "const int16_t MATERIAL_TABLE[MATERIAL_TABLE_SIZE] = {\n") > 0;
-  for (int index = 0; ok && index < MATERIAL_TABLE_SIZE; ++index)
-    ok = std::fprintf(out, "%d,%s", table[index], (index % 16 == 15) ? "\n" : "") > 0;
+                         "const int16_t MATERIAL_TABLE[MATERIAL_TABLE_ROWS] = {\n") > 0;
+  // The rows past the normal ones stand for no real material: no correction.
+  for (int index = 0; ok && index < MATERIAL_TABLE_ROWS; ++index)
+    ok = std::fprintf(out, "%d,%s", index < MATERIAL_TABLE_SIZE ? table[index] : 0, (index % 16 == 15) ? "\n" : "") > 0;
   ok = ok && std::fprintf(out, "\n};\n") > 0;
   ok = (std::fclose(out) == 0) && ok;
   if (!ok) {

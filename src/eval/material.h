@@ -38,8 +38,13 @@ static_assert(MATERIAL_WEIGHT[DIGIT_BLACK_PAWN] * MATERIAL_RADIX[DIGIT_BLACK_PAW
 
 // Correction to the nominal balance (P 1024, N and B 3072, R 5120, Q 10240),
 // in internal points, by material index. Written at build time by
-// tools/gen_material.cpp, whose header states the rule.
-extern const int16_t MATERIAL_TABLE[MATERIAL_TABLE_SIZE];
+// tools/gen_material.cpp, whose header states the rule. A count past its
+// digit's range (three knights after promotions, nine pawns in a set-up
+// position) runs into the next digit and reads another row; past the
+// normal rows the table goes on with zeros to the end of the index field,
+// so that no count reads outside it.
+constexpr int MATERIAL_TABLE_ROWS = int(MATERIAL_INDEX_MASK) + 1;
+extern const int16_t MATERIAL_TABLE[MATERIAL_TABLE_ROWS];
 
 // ---------------------------------------------------------------------------
 // Scale by material class: bits 34-47 of materialSignature index SCALE_TABLE;

@@ -126,11 +126,12 @@ TEST(EngineDialogue, NonsensePositionsSayNothingButTheFenReport) {
     for (const auto& reply : *replies) EXPECT_EQ(reply, kInvalidFen);
   }
   EXPECT_EQ(RepliesTo(engine, "position startpos\nstop\n"), Lines{"bestmove 0000"});
-  // Numbers past every bound on a go line; then a stray stop or ponderhit
-  // after the search owes nothing, and must not play its move on the new
-  // board.
+  // Nine pawns of a side, and numbers past every bound on a go line; then a
+  // stray stop or ponderhit after the search owes nothing, and must not play
+  // its move on the new board.
   Answer answer;
-  ASSERT_TRUE(engine.send("go depth 4 minscore 2147483647 mate -2147483648\n"));
+  ASSERT_TRUE(engine.send("position fen 4k3/pppppppp/p7/8/8/8/8/4K3 w - - 0 1\n"
+                          "go depth 4 minscore 2147483647 mate -2147483648\n"));
   ASSERT_TRUE(ReadAnswer(engine, 10000, &answer));
   EXPECT_EQ(RepliesTo(engine, "position fen 4k3/8/8/8/8/8/8/K7 w - - 0 1\nstop\nponderhit\n"), Lines{});
   ExpectCleanEnd(engine);
