@@ -241,6 +241,11 @@ bool IsPositionConsistent() {
   if (popcount(p.pieceBits[KING_INDEX + WHITE]) != 1 ||
       popcount(p.pieceBits[KING_INDEX + BLACK]) != 1)
     return false;
+  // A pawn on the first or last rank (set up so, or moved there by a move
+  // word without its promotion letter) is no chess position, and the pawn
+  // tables reach past the board from there.
+  constexpr Bitboard BACK_RANKS = 0xff000000000000ffull;
+  if ((p.pieceBits[PAWN_INDEX + WHITE] | p.pieceBits[PAWN_INDEX + BLACK]) & BACK_RANKS) return false;
   int them = sideToMove ^ 1;
   return !attacked_by(p, int(p.kingSquare[them]), sideToMove);
 }

@@ -197,7 +197,7 @@ void read_go_line(char* line) {
       double v = text ? std::strtod(text, nullptr) : 0;
       if (text && std::strstr(text, ",5")) v += 0.5;
       depth_limit = int32_t(v * 2);
-      if (goe_mode) node_limit = uint64_t(double(uint64_t(1) << (depth_limit / 2 > 62 ? 62 : depth_limit / 2)) * 300);
+      if (goe_mode) node_limit = uint64_t(double(uint64_t(1) << std::clamp(depth_limit / 2, 0, 62)) * 300);
     } else if (!std::strcmp(word, "iternodes")) {
       const char* text = value();
       iter_node_limit = text ? std::strtoull(text, nullptr, 10) : 0;

@@ -95,6 +95,13 @@ int32_t number_at(const char* text, size_t position) {
 // The number that stands behind a test text and its blank.
 int32_t value_of(const char* text, const char* test) { return number_at(text, std::strlen(test) + 1); }
 
+// The number of a spin option that the evaluation multiplies or adds up
+// over the board, held to the option's listed range so that none of that
+// arithmetic overflows.
+int32_t listed_value_of(const char* text, const char* test, int32_t low, int32_t high) {
+  return std::clamp(value_of(text, test), low, high);
+}
+
 const char* text_at(const char* text, size_t position) {
   return position <= std::strlen(text) ? text + position : "";
 }
@@ -289,9 +296,7 @@ bool set_millipawns(const char* text) {
     if (!starts_with(text, option.test)) continue;
     send_to_children("setoption name %s", text);
     const int32_t before = *option.value;
-    // Held to the listed range: the evaluation adds these up over every
-    // man on the board, which must not overflow.
-    *option.value = std::clamp(value_of(text, option.test), -10000, 10000);
+    *option.value = listed_value_of(text, option.test, -10000, 10000);
     report_text("%s set to %d millipawns (had been %d millipawns).", option.reply, *option.value, before);
     return true;
   }
@@ -483,7 +488,7 @@ void setoption_dispatch(const char* text) {
   } else if (set_millipawns(text)) {
   } else if (is("rook endgame scaling value")) {
     forward();
-    eval_settings.rookEndgameScaling = value_of(text, "rook endgame scaling value");
+    eval_settings.rookEndgameScaling = listed_value_of(text, "rook endgame scaling value", 0, 1000);
     report_text("Rook endgame scaling set to %d percent.", eval_settings.rookEndgameScaling);
   } else if (is("ponder value true")) {
     ponder_option = true;

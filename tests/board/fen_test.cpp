@@ -97,6 +97,8 @@ TEST(PositionRecord, ConsistencyRefusesImpossiblePositions) {
   EXPECT_FALSE(consistent("4k3/8/8/8/8/8/8/4K3 w K -"));         // right without rook
   EXPECT_FALSE(consistent("4k3/8/8/8/8/8/8/R3K2R w q -"));       // black right without rook
   EXPECT_FALSE(consistent("r3k2r/8/8/8/8/8/8/R2K3R w Q -"));     // right without king
+  EXPECT_FALSE(consistent("P3k3/8/8/8/8/8/8/4K3 w - -"));        // pawn on the last rank
+  EXPECT_FALSE(consistent("4k3/8/8/8/8/8/8/4K2p b - -"));        // pawn on the first rank
   // The side to move must not be able to take the king.
   EXPECT_FALSE(consistent("4k3/8/8/8/8/8/8/4R1K1 w - -"));
   EXPECT_FALSE(consistent("4k3/8/8/1B6/8/8/8/6K1 w - -"));

@@ -111,6 +111,8 @@ TEST_F(OptionDialogue, RepliesAndClamps) {
   EXPECT_EQ(Set("Always Score Main Move value true"), V{"info string Always score main move enabled."});
   EXPECT_EQ(Set("Display Upperbounds value false"), V{"info string Display upperbounds disabled."});
   EXPECT_EQ(Set("Rook Endgame Scaling value 80"), V{"info string Rook endgame scaling set to 80 percent."});
+  EXPECT_EQ(Set("Rook Endgame Scaling value 2147483647"),
+            V{"info string Rook endgame scaling set to 1000 percent."});
   EXPECT_EQ(Set("White Pawn millipawns value 120"),
             V{"info string White pawn adjustment set to 120 millipawns (had been 0 millipawns)."});
   EXPECT_EQ(Set("Opposite Colored Bishops Endgame Penalty millipawns value -40"),

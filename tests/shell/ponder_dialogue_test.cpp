@@ -114,6 +114,13 @@ TEST_F(PonderDialogue, SelfPlayFormPlaysOnItsOwnPosition) {
   ASSERT_EQ(w.size(), 5u) << *line;
   EXPECT_TRUE(board.PlayText(w[0])) << *line << " is not Black's legal move";
   EXPECT_EQ(w[2], "2.5");
+  // A depth below nothing still plays a legal move.
+  ASSERT_TRUE(engine.send("goe depth -3\n"));
+  line = engine.read_line(kReplyMs);
+  ASSERT_TRUE(line.has_value());
+  w = Words(*line);
+  ASSERT_EQ(w.size(), 5u) << *line;
+  EXPECT_TRUE(board.PlayText(w[0])) << *line << " is not White's legal move";
   // Nothing else goes out: no info lines, no bestmove.
   EXPECT_TRUE(engine.expect_silence(200));
 }
