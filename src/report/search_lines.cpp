@@ -101,7 +101,8 @@ Move ReplyFromTable(Move first) {
 }
 
 bool IsLegalHere(Move m) {
-  return (sideToMove == WHITE ? FindLegalMove<WHITE>(m, &walk_records[1]) : FindLegalMove<BLACK>(m, &walk_records[1])) != 0;
+  NodeRecord* scratch = &walk_records[1];
+  return (sideToMove == WHITE ? FindLegalMove<WHITE>(m, scratch) : FindLegalMove<BLACK>(m, scratch)) != 0;
 }
 
 uint64_t NodeFigure() {
