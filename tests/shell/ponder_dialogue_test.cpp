@@ -95,32 +95,31 @@ TEST_F(PonderDialogue, StopAfterANewGameOwesNoMove) {
 
 TEST_F(PonderDialogue, SelfPlayFormPlaysOnItsOwnPosition) {
   reference::Board board;
-  ASSERT_TRUE(engine.send("position startpos\ngoe depth 3\n"));
-  std::optional<std::string> line = engine.read_line(kReplyMs);
-  ASSERT_TRUE(line.has_value());
-  std::vector<std::string> w = Words(*line);
-  ASSERT_EQ(w.size(), 5u) << *line;
-  EXPECT_TRUE(board.PlayText(w[0])) << *line;
+  // The words of the one line a goe prints; its move must be legal for the
+  // side to move on the game so far, which it then extends.
+  const auto play = [&](const std::string& input) {
+    std::vector<std::string> w;
+    EXPECT_TRUE(engine.send(input));
+    const std::optional<std::string> line = engine.read_line(kReplyMs);
+    if (!line) return w;
+    w = Words(*line);
+    EXPECT_EQ(w.size(), 5u) << *line;
+    EXPECT_TRUE(!w.empty() && board.PlayText(w[0])) << *line << " is not a legal move";
+    return w;
+  };
+  std::vector<std::string> w = play("position startpos\ngoe depth 3\n");
+  ASSERT_EQ(w.size(), 5u);
   EXPECT_GT(std::atoll(w[1].c_str()), 0) << "node count";
   EXPECT_EQ(w[2], "3");
   EXPECT_EQ(w[4], "62") << "all material of the start position";
 
   // The next goe goes on from the move just played: it is Black's move now,
   // and a depth with a half ply prints its half.
-  ASSERT_TRUE(engine.send("goe depth 2,5\n"));
-  line = engine.read_line(kReplyMs);
-  ASSERT_TRUE(line.has_value());
-  w = Words(*line);
-  ASSERT_EQ(w.size(), 5u) << *line;
-  EXPECT_TRUE(board.PlayText(w[0])) << *line << " is not Black's legal move";
+  w = play("goe depth 2,5\n");
+  ASSERT_EQ(w.size(), 5u);
   EXPECT_EQ(w[2], "2.5");
   // A depth below nothing still plays a legal move.
-  ASSERT_TRUE(engine.send("goe depth -3\n"));
-  line = engine.read_line(kReplyMs);
-  ASSERT_TRUE(line.has_value());
-  w = Words(*line);
-  ASSERT_EQ(w.size(), 5u) << *line;
-  EXPECT_TRUE(board.PlayText(w[0])) << *line << " is not White's legal move";
+  play("goe depth -3\n");
   // Nothing else goes out: no info lines, no bestmove.
   EXPECT_TRUE(engine.expect_silence(200));
 }
